@@ -1,0 +1,58 @@
+#include "zvc/core/ZvMonitor.h"
+
+struct ZvMonitor::WaitRecord {
+    zvc::platform::Semaphore semaphore;           // one token for each grant
+    zvc::platform::CriticalSection guard;
+    unsigned int waiters = 0;                     // threads inside Wait that no notification has been granted to
+    unsigned int granted = 0;                     // notifications that no waiter has taken yet
+};
+
+ZvMonitor::ZvMonitor() = default;
+
+ZvMonitor::~ZvMonitor() { delete m_record; }
+
+ZvMonitor::WaitRecord* ZvMonitor::EnsureRecord() {
+    m_lock.Enter();
+    if (m_record == nullptr) m_record = new WaitRecord;
+    WaitRecord* record = m_record;
+    m_lock.Leave();
+    return record;
+}
+
+bool ZvMonitor::Wait(unsigned int timeout) {
+    WaitRecord* r = EnsureRecord();
+    r->guard.Enter();
+    ++r->waiters;
+    r->guard.Leave();
+    m_lock.Leave();                               // once: a caller that holds the lock twice keeps it during the wait
+
+    bool signalled = r->semaphore.Wait(timeout);
+    r->guard.Enter();
+    while (r->granted == 0) {
+        if (!signalled) {
+            --r->waiters;
+            r->guard.Leave();
+            m_lock.Enter();
+            return false;
+        }
+        // The token was left by a waiter that ran out of time while it was granted: it stands for nothing any more.
+        // The next wait is for the full time again.
+        r->guard.Leave();
+        signalled = r->semaphore.Wait(timeout);
+        r->guard.Enter();
+    }
+    --r->granted;                                 // a grant that is there beats a time-out
+    r->guard.Leave();
+    m_lock.Enter();
+    return true;
+}
+
+void ZvMonitor::Grant(bool all) {
+    WaitRecord* r = EnsureRecord();
+    r->guard.Enter();
+    const unsigned int n = all ? r->waiters : (r->waiters != 0 ? 1u : 0u);
+    r->granted += n;
+    r->waiters -= n;
+    r->guard.Leave();
+    if (n != 0) r->semaphore.Release(n);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "zvc/platform/CriticalSection.h"
+#include "zvc/platform/Semaphore.h"
+
+/// The recursive lock with a condition queue behind an object's Lock and Wait.
+///
+/// A notification wakes a thread that waits already, and is lost otherwise. No order among waiters is kept: a thread that
+/// begins to wait after a notification can take the grant of one that waited before it.
+///
+/// Inside, the lock is taken before the guard, the guard is never held during a wait, and nobody waits for the lock while
+/// holding the guard.
+class ZV_API ZvMonitor {
+public:
+    ZvMonitor();
+    virtual ~ZvMonitor();
+
+    /// Copying takes the raw contents. Nothing in the library copies a lock.
+    ZvMonitor(const ZvMonitor&) = default;
+    ZvMonitor& operator=(const ZvMonitor&) = default;
+
+    void Lock() { m_lock.Enter(); }
+    void Unlock() { m_lock.Leave(); }
+
+    /// Leaves the lock once and waits for a notification, then enters the lock again. Call it locked.
+    /// True if a notification was taken, false after timeout milliseconds; 0xFFFFFFFF waits without limit.
+    bool Wait(unsigned int timeout);
+
+    /// Grant one waiter, or all of them. Neither needs the caller to hold the lock.
+    void Notify() { Grant(false); }
+    void NotifyAll() { Grant(true); }
+
+private:
+    struct WaitRecord;
+    WaitRecord* EnsureRecord();
+    void Grant(bool all);
+
+    WaitRecord* m_record = nullptr;
+    zvc::platform::CriticalSection m_lock;
+};

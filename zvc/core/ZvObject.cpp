@@ -1,0 +1,119 @@
+#include "zvc/core/ZvObject.h"
+
+#include "zvc/core/ZvInterface.h"
+#include "zvc/core/ZvModuleState.h"
+#include "zvc/core/ZvMonitor.h"
+#include "zvc/core/ZvSystem.h"
+#include "zvc/core/ZvSystemState.h"
+#include "zvc/core/ZvType.h"
+#include "zvc/values/ZvDictionary.h"
+#include "zvc/values/ZvString.h"
+
+// The descriptors of the roots. Their base tables are static ones: the roots are not declared by the macros.
+
+ZvBase ZvSuper::s_bases[1] = {ZvBase()};
+ZvBase ZvObject::s_bases[2] = {ZvBase(&ZvSuper::s_type, 0), ZvBase()};
+ZvBase ZvInterface::s_bases[2] = {ZvBase(&ZvSuper::s_type, 0), ZvBase()};
+
+ZvType ZvSuper::s_type("class ZvSuper", sizeof(ZvSuper), ZvSuper::s_bases, typeid(ZvSuper), ZvThisModule(), {});
+ZvType ZvObject::s_type("class ZvObject", sizeof(ZvObject), ZvObject::s_bases, typeid(ZvObject), ZvThisModule(), {});
+ZvType ZvInterface::s_type("class ZvInterface", sizeof(ZvInterface), ZvInterface::s_bases, typeid(ZvInterface),
+                           ZvThisModule(), {});
+ZvType ZvType::s_type("class ZvType", sizeof(ZvType), ZvType::GetBaseArray(), typeid(ZvType), ZvThisModule(),
+                      {.spec = ZvType::SpecClass | ZvType::SpecMarshalByRef});
+
+ZvSuper::~ZvSuper() = default;
+ZvType* ZvSuper::GetType() const { return &s_type; }
+bool ZvSuper::IsKindOf(const ZvType* t) const { return GetType()->CalcOffset(t) != ZvNoOffset; }
+
+ZvInterface::~ZvInterface() = default;
+ZvType* ZvInterface::GetType() const { return &s_type; }
+
+ZvObject* ZvInterface::ToObject(const ZvInterface* p) {
+    if (p == nullptr) return nullptr;
+    const ZvType* t = p->GetType();
+    const size_t object = t->CalcOffset(&ZvObject::s_type);
+    const size_t interface = t->CalcOffset(&ZvInterface::s_type);
+    if (object == ZvNoOffset || interface == ZvNoOffset) return nullptr;
+    return reinterpret_cast<ZvObject*>(reinterpret_cast<uintptr_t>(p) + object - interface);
+}
+
+ZvInterface* ZvInterface::FromObject(const ZvObject* o) {
+    if (o == nullptr) return nullptr;
+    const ZvType* t = o->GetType();
+    const size_t object = t->CalcOffset(&ZvObject::s_type);
+    const size_t interface = t->CalcOffset(&ZvInterface::s_type);
+    if (object == ZvNoOffset || interface == ZvNoOffset) return nullptr;
+    return reinterpret_cast<ZvInterface*>(reinterpret_cast<uintptr_t>(o) + interface - object);
+}
+
+namespace zvc::detail {
+
+ZvInterface* CastInterface(ZvInterface* p, const ZvType& type) {
+    return p != nullptr && p->GetType()->CalcOffset(&type) != ZvNoOffset ? p : nullptr;
+}
+ZvObject* InterfaceToObject(const ZvInterface* p) { return ZvInterface::ToObject(p); }
+ZvInterface* ObjectToInterface(const ZvObject* o) { return ZvInterface::FromObject(o); }
+void RetainInterface(ZvInterface* p) { p->Retain(); }
+void ReleaseInterface(ZvInterface* p) { p->Release(); }
+
+}
+
+uint32_t ZvObject::s_serial = 0;
+
+// Deliberately no atomic increment: a diagnostic number is not worth a locked bus. The accesses themselves are atomic,
+// so that two threads may meet here.
+uint32_t ZvObject::TakeSerial() noexcept {
+    std::atomic_ref<uint32_t> serial(s_serial);
+    const uint32_t taken = serial.load(std::memory_order_relaxed);
+    serial.store(taken + 1, std::memory_order_relaxed);
+    return taken;
+}
+
+ZvObject::ZvObject() noexcept : m_serial(TakeSerial()) {}
+ZvObject::ZvObject(const ZvObject&) noexcept : ZvObject() {}
+ZvObject::~ZvObject() { delete m_monitor.load(std::memory_order_acquire); }
+
+ZvType* ZvObject::GetType() const { return &s_type; }
+size_t ZvObject::GetHashCode() const { return reinterpret_cast<uintptr_t>(this) >> 4; }
+bool ZvObject::Equals(const ZvObject* other) const { return this == other; }
+ZvObject* ZvObject::Clone() const { return nullptr; }
+ZvString$ ZvObject::ToString() const { return GetType()->GetName(); }
+void ZvObject::Encode(ZvStream$&, ZvCoder*) const {}
+void ZvObject::Decode(ZvStream$&, ZvCoder*) {}
+void ZvObject::OnDispose() {}
+void ZvObject::DebugObjectRelease() {}
+
+void ZvObject::Destroy() {
+    OnDispose();
+    delete this;
+}
+
+ZvDictionary$ ZvObject::GetFieldValues() const { return GetType()->GetFieldValues(this); }
+
+void* ZvObject::operator new(size_t size) { return ZvSystem::Malloc(size); }
+void* ZvObject::operator new(size_t, void* place) noexcept { return place; }
+void ZvObject::operator delete(void* block) { ZvSystem::Free(block); }
+void ZvObject::operator delete(void*, size_t) {}
+void ZvObject::operator delete(void*, void*) noexcept {}
+
+ZvMonitor* ZvObject::EnsureMonitor() const {
+    if (ZvMonitor* monitor = m_monitor.load(std::memory_order_acquire)) return monitor;
+    auto& section = ZvSystemState::Get().monitorSection;
+    section.Enter();
+    ZvMonitor* monitor = m_monitor.load(std::memory_order_relaxed);
+    if (monitor == nullptr) {
+        monitor = new ZvMonitor;
+        m_monitor.store(monitor, std::memory_order_release);
+    }
+    section.Leave();
+    return monitor;
+}
+
+void ZvObject::Lock() const { EnsureMonitor()->Lock(); }
+void ZvObject::Unlock() const { m_monitor.load(std::memory_order_relaxed)->Unlock(); }
+void ZvObject::Wait() const { EnsureMonitor()->Wait(0xFFFFFFFF); }
+void ZvObject::Notify() const { EnsureMonitor()->Notify(); }
+void ZvObject::NotifyAll() const { EnsureMonitor()->NotifyAll(); }
+
+ZvLock::~ZvLock() { m_object->m_monitor.load(std::memory_order_relaxed)->Unlock(); }

@@ -1,0 +1,223 @@
+#include "zvc/core/ZvType.h"
+
+#include "zvc/core/ZvDeclare.h"
+#include "zvc/core/ZvField.h"
+#include "zvc/core/ZvMethod.h"
+#include "zvc/core/ZvSystem.h"
+#include "zvc/values/ZvDictionary.h"
+#include "zvc/values/ZvPrimArray.h"
+#include "zvc/values/ZvString.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+struct ZvType::OffsetMap {
+    std::vector<Entry> entries;                // in the order found
+    std::vector<Entry> table;                  // by address, open addressing, a power of two
+
+    const Entry* Find(const ZvType* type) const {
+        for (const Entry& e : entries)
+            if (e.type == type) return &e;
+        return nullptr;
+    }
+    void Add(const ZvType* type, size_t offset) {
+        if (Find(type) == nullptr) entries.push_back({type, offset});
+    }
+};
+
+namespace {
+
+// The class's name stands behind the first "class ", wherever that stands, so that the names which some compilers give
+// to types can be handed over as they are. "class ZvHandle<class X>" keeps what is inside.
+const char* CutName(const char* name) {
+    const char* found = std::strstr(name, "class ");
+    return found != nullptr ? found + 6 : name;
+}
+
+template <class Map>
+Map* Call(Map* (*function)()) {
+    return function != nullptr ? function() : nullptr;
+}
+
+}
+
+ZvType::ZvType() : m_typeInfo(&typeid(ZvType)) {}
+
+ZvType::ZvType(const ZvString$& name) : m_name(name), m_hasCodec(true), m_typeInfo(&typeid(ZvType)) {}
+
+ZvType::ZvType(const char* name, size_t size, unsigned int schema, ZvObject* (*create)(), ZvBase* bases,
+               ZvConstructorMap* constructors, ZvFieldMap* fields, ZvMethodMap* methods, bool hasCodec,
+               const std::type_info& typeInfo, ZvModuleState* module, unsigned int classSpec)
+    : m_size(size), m_schema(schema), m_create(create), m_bases(bases), m_constructorMap(constructors),
+      m_fieldMap(fields), m_methodMap(methods), m_hasCodec(hasCodec), m_typeInfo(&typeInfo), m_module(module),
+      m_classSpec(classSpec), m_registered(true) {
+    if (name != nullptr) m_name = new ZvString(CutName(name));
+    if (bases != nullptr)
+        while (bases[m_baseCount].type != nullptr) ++m_baseCount;
+    if (module != nullptr) module->RegistType(this);
+    ZvSystem::RegistType(this);
+    Retain();
+}
+
+ZvType::ZvType(const char* name, size_t size, ZvBase* bases, const std::type_info& typeInfo, ZvModuleState* module,
+               const ZvTypeOptions& options)
+    : ZvType(name, size, options.schema, options.create, bases, Call(options.constructors), Call(options.fields),
+             Call(options.methods), options.codec, typeInfo, module, options.spec) {}
+
+ZvType::ZvType(const ZvType& other)
+    : ZvObject(other), m_name(other.m_name), m_size(other.m_size), m_schema(other.m_schema), m_create(other.m_create),
+      m_baseCount(other.m_baseCount), m_bases(other.m_bases), m_constructorMap(other.m_constructorMap),
+      m_fieldMap(other.m_fieldMap), m_methodMap(other.m_methodMap), m_hasCodec(other.m_hasCodec),
+      m_nextInModule(other.m_nextInModule), m_typeInfo(other.m_typeInfo), m_module(other.m_module),
+      m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_compiled(other.m_compiled.load()),
+      m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
+      m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
+    std::memcpy(m_line, other.m_line, sizeof m_line);
+}
+
+ZvType::~ZvType() {
+    if (!m_registered) return;
+    ZvSystem::UnregistType(this);
+    delete m_offsets;
+}
+
+ZvType* ZvType::GetType() const { return &s_type; }
+
+ZvString$ ZvType::ToString() const {
+    ZvString$ text = new ZvString;
+    text->Format("address[0x%p] name = %s base = %s fieldMap = 0x%p", static_cast<const void*>(this), m_name->CStr(),
+                 m_bases[0].type->GetName()->CStr(), static_cast<const void*>(m_fieldMap));
+    return text;
+}
+
+ZvBase* ZvType::GetBaseArray() {
+    static ZvBase s_table[] = {ZvBase(&ZvObject::s_type, 0), ZvBase()};
+    return s_table;
+}
+
+ZvType* ZvType::GetBaseType() const {
+    if (IsInterface() || m_bases == nullptr) return nullptr;
+    return m_bases[0].type;
+}
+
+ZvObject* ZvType::CreateObject() { return m_create != nullptr ? m_create() : nullptr; }
+
+size_t ZvType::CalcOffsetSlow(const ZvType* t) const {
+    if (m_baseCount == 0) return ZvNoOffset;
+    auto* self = const_cast<ZvType*>(this);      // the map is a cache: compiling changes nothing that callers see
+    Lock();
+    while (!m_compiled.load(std::memory_order_relaxed)) {
+        self->Compile();
+        self->m_compiled.store(true, std::memory_order_release);
+    }
+    Unlock();
+    return CalcOffsetCompiled(t);
+}
+
+void ZvType::Compile() {
+    if (m_compiled.load(std::memory_order_acquire)) return;
+    delete m_offsets;
+    m_offsets = new OffsetMap;
+    for (unsigned int i = 0; i < m_baseCount; ++i) m_offsets->Add(m_bases[i].type, m_bases[i].offset);
+    for (unsigned int i = 0; i < m_baseCount; ++i) CompileBaseOffset(m_bases[i], 0);
+    BuildTable();
+}
+
+void ZvType::CompileBaseOffset(ZvBase& base, size_t offset) {
+    ZvBase* bases = base.type->m_bases;
+    if (bases == nullptr) return;
+    for (ZvBase* c = bases; c->type != nullptr; ++c) m_offsets->Add(c->type, c->offset + base.offset + offset);
+    for (ZvBase* c = bases; c->type != nullptr; ++c) CompileBaseOffset(*c, offset + base.offset);
+}
+
+// The chain of first bases, as far as it lies at offset 0, becomes the line, the root first; every other ancestor comes
+// into the table. A type's depth is the same in every line that it stands in.
+void ZvType::BuildTable() {
+    std::vector<const ZvType*> chain{this};
+    bool inLine = true;
+    while (const ZvBase* first = chain.back()->m_bases) {
+        if (first->type == nullptr) break;
+        inLine = inLine && first->offset == 0;
+        chain.push_back(first->type);
+    }
+    const auto depthOf = [&](size_t i) { return chain.size() - 1 - i; };
+    const ZvType* line[LineLength] = {};
+    for (size_t i = 0; inLine && i < chain.size(); ++i) {
+        const size_t depth = depthOf(i);
+        chain[i]->m_depth.store(static_cast<unsigned int>(depth < LineLength ? depth : LineLength), std::memory_order_relaxed);
+        if (depth < LineLength) line[depth] = chain[i];
+    }
+
+    std::vector<Entry> rest;
+    for (const Entry& e : m_offsets->entries) {
+        const bool standsInLine = std::find(std::begin(line), std::end(line), e.type) != std::end(line);
+        if (!standsInLine || e.offset != 0) rest.push_back(e);
+        if (standsInLine && e.offset != 0) *std::find(std::begin(line), std::end(line), e.type) = nullptr;
+    }
+    std::copy(std::begin(line), std::end(line), m_line);
+    if (rest.empty()) return;
+
+    size_t slots = 4;
+    while (slots < rest.size() * 3) slots *= 2;
+    m_offsets->table.assign(slots, Entry{nullptr, 0});
+    for (const Entry& e : rest) {
+        size_t i = Slot(e.type) & (slots - 1);
+        while (m_offsets->table[i].type != nullptr) i = (i + 1) & (slots - 1);
+        m_offsets->table[i] = e;
+    }
+    m_table = m_offsets->table.data();
+    m_tableMask = slots - 1;
+}
+
+ZvDictionary$ ZvType::GetFields() { return m_fieldCache ? m_fieldCache : CreateFieldCache(); }
+
+ZvField$ ZvType::FindField(const ZvString$& name) { return GetFields()->Find(name); }
+
+ZvDictionary$ ZvType::GetFieldValues(const ZvObject* o) {
+    ZvDictionary$ values = new ZvDictionary;
+    ZvIDictionaryEnumerator$ e = GetFields()->GetEnumerator();
+    while (e->HasNext()) {
+        ZvField$ field = e->Value();
+        values->operator[](e->Key()) = field->GetValue(o);
+        e->Next();
+    }
+    return values;
+}
+
+ZvDictionary$ ZvType::CreateFieldCache() const {
+    ZvDictionary$ cache = new ZvDictionary;
+    // From the class upward, each map replacing what is there: of two equal names the base's field wins.
+    for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr)
+        if (t->m_fieldMap != nullptr) t->m_fieldMap->GetFieldInfos(cache);
+    m_fieldCache = cache;
+    return cache;
+}
+
+ZvDictionary$ ZvType::CreateMethodCache() const {
+    if (m_methodCache) return m_methodCache;
+    ZvDictionary$ cache = new ZvDictionary;
+    // Of two equal signatures the first added stays, which is the class's own.
+    for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr) {
+        if (t->m_methodMap == nullptr) continue;
+        ZvMethod$* methods = t->m_methodMap->GetMethods();
+        for (unsigned int i = 0; i < t->m_methodMap->GetNumMethod(); ++i) cache->Add(methods[i], methods[i]);
+    }
+    m_methodCache = cache;
+    return cache;
+}
+
+ZvMethod$ ZvType::Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args) {
+    ZvMethod$ key = new ZvMethod(name, result.Get(), args);
+    return CreateMethodCache()->Find(key);
+}
+
+ZvObject* ZvType::Construct(ZvArguments$ args) {
+    if (m_constructorMap == nullptr) return nullptr;
+    const ZvConstructor key(args);
+    ZvConstructor$* constructors = m_constructorMap->GetConstructors();
+    for (unsigned int i = 0; i < m_constructorMap->GetNumConstructors(); ++i)
+        if (*constructors[i] == key) return constructors[i]->Create(args);
+    return nullptr;
+}
