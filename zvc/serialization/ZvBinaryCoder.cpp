@@ -1,0 +1,298 @@
+#include "zvc/serialization/ZvBinaryCoder.h"
+
+#include "zvc/serialization/ZvBinaryCoderImpl.h"
+#include "zvc/values/ZvString.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+ZV_DEFINE_CLASS(ZvBinaryCoder, (ZvCoder))
+
+using Causes = ZvCoderException::Causes;
+
+void zvc::detail::RaiseCoder(Causes cause, const char* function, std::source_location where) {
+    throw ZvCoderException(cause, "ZvBinaryCoder", function, where.line(), "");
+}
+
+ZvBinaryCoder::ZvBinaryCoder(ZvStreamingContext$ context)
+    : m_context(std::move(context)), m_generator(new ZvObjectIDGenerator), m_manager(new ZvObjectManager),
+      m_tracksAll(m_context && m_context->m_state == ZvStreamingContext::TrackObjects),
+      m_writePlans(new Plans), m_readPlans(new Plans) {
+    m_tagStack.reserve(8);
+}
+
+ZvBinaryCoder::ZvBinaryCoder(const ZvBinaryCoder& other)
+    : ZvCoder(other), m_context(other.m_context), m_generator(other.m_generator), m_manager(other.m_manager),
+      m_tracksAll(other.m_tracksAll), m_writePlans(new Plans(*other.m_writePlans)),
+      m_readPlans(new Plans(*other.m_readPlans)), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
+
+ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
+    if (this == &other) return *this;
+    ZvCoder::operator=(other);
+    m_context = other.m_context;
+    m_generator = other.m_generator;
+    m_manager = other.m_manager;
+    m_tracksAll = other.m_tracksAll;
+    m_writePlans.reset(new Plans(*other.m_writePlans));
+    m_readPlans.reset(new Plans(*other.m_readPlans));
+    m_tagStack = other.m_tagStack;
+    m_level = other.m_level;
+    return *this;
+}
+
+ZvBinaryCoder::~ZvBinaryCoder() = default;
+
+// ---- bytes ------------------------------------------------------------------------------------------------------------
+
+// The causes of a stream that cannot be written or read differ between the operations. Programs tell them apart, so they
+// stay as they are.
+inline void ZvBinaryCoder::RequireWrite(ZvStream$& stream, Causes cause, const char* function) {
+    if (!m_out.IsOn(stream.Get()) && !stream->CanWrite()) zvc::detail::RaiseCoder(cause, function);
+}
+
+inline void ZvBinaryCoder::RequireRead(ZvStream$& stream, Causes cause, const char* function) {
+    if (!m_in.IsOn(stream.Get()) && !stream->CanRead()) zvc::detail::RaiseCoder(cause, function);
+}
+
+inline void ZvBinaryCoder::Put(ZvStream$& stream, const void* data, size_t size) {
+    if (m_out.IsOn(stream.Get()) && m_out.Put(data, size)) return;
+    stream->Write(data, static_cast<long long>(size));
+}
+
+// Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring less than was asked
+// for. What does not come is zero. Answers the bytes that came.
+size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
+    if (m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.Look(size)) {
+            std::memcpy(data, at, size);
+            m_in.Advance(size);
+            return size;
+        }
+    }
+    auto* bytes = static_cast<unsigned char*>(data);
+    std::memset(bytes, 0, size);
+    size_t done = 0;
+    while (done < size) {
+        const long long got = stream->Read(bytes + done, static_cast<long long>(size - done));
+        if (got <= 0) break;
+        done += static_cast<size_t>(got);
+        if (done < size && stream->Fail()) break;
+    }
+    return done;
+}
+
+void ZvBinaryCoder::WriteTag(ZvStream$& stream, unsigned char tag) { Put(stream, &tag, 1); }
+
+unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
+    if (!m_tagStack.empty()) {
+        const unsigned char tag = m_tagStack.back();
+        m_tagStack.pop_back();
+        return tag;
+    }
+    unsigned char tag = 0;               // an exhausted stream reads as 0, which is no tag
+    Take(stream, &tag, 1);
+    return tag;
+}
+
+void ZvBinaryCoder::PushTag(unsigned char tag) { m_tagStack.push_back(tag); }
+
+unsigned int ZvBinaryCoder::CalcSignificantByte(unsigned long long value) {
+    return static_cast<unsigned int>((std::bit_width(value | 1) + 7) / 8);
+}
+
+// The TagInt form with that many value bytes. checked: the value bytes go through the raw Write, which asks the stream
+// for a failure; the other writers do not.
+void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked) {
+    unsigned char form[9];
+    form[0] = static_cast<unsigned char>(TagInt + bytes - 1);
+    std::memcpy(form + 1, &value, 8);
+    if (m_out.IsOn(stream.Get())) {
+        if (checked) m_out.NoteChecked();
+        if (m_out.Put(form, bytes + 1)) return;
+    }
+    stream->Write(form[0]);
+    if (checked)
+        Write(stream, static_cast<const void*>(form + 1), bytes);
+    else
+        stream->Write(form + 1, static_cast<long long>(bytes));
+}
+
+unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    const unsigned char tag = ReadTag(stream);
+    if (tag < TagInt || tag >= TagInt + maxBytes) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::Read");
+    unsigned long long value = 0;        // never sign-extended: the bytes that are not there are zero
+    Take(stream, &value, tag - TagInt + 1u);
+    return value;
+}
+
+// ---- writers ----------------------------------------------------------------------------------------------------------
+
+void ZvBinaryCoder::Write(ZvStream$& stream, const void* data, unsigned long long size) {
+    RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
+    if (m_out.IsOn(stream.Get())) {
+        m_out.NoteChecked();
+        if (m_out.Put(data, size)) {
+            if (m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
+            return;
+        }
+    }
+    stream->Write(data, static_cast<long long>(size));
+    if (stream->Fail()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, bool value) {
+    RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
+    WriteTag(stream, value ? TagTrue : TagFalse);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, unsigned char value) {
+    RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
+    PutInteger(stream, value, 1, false);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, char value) { Write(stream, static_cast<unsigned char>(value)); }
+
+void ZvBinaryCoder::Write(ZvStream$& stream, unsigned short value) {
+    RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
+    PutInteger(stream, value, CalcSignificantByte(value), false);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, short value) { Write(stream, static_cast<unsigned short>(value)); }
+
+void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int value) {
+    RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
+    PutInteger(stream, value, CalcSignificantByte(value), true);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, int value) { Write(stream, static_cast<unsigned int>(value)); }
+
+void ZvBinaryCoder::Write(ZvStream$& stream, unsigned long long value) {
+    RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
+    PutInteger(stream, value, CalcSignificantByte(value), false);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, long long value) { Write(stream, static_cast<unsigned long long>(value)); }
+
+void ZvBinaryCoder::Write(ZvStream$& stream, float value) {
+    RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
+    Put(stream, &value, sizeof value);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, double value) {
+    RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
+    Write(stream, static_cast<const void*>(&value), sizeof value);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int count, const float* values) {
+    RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
+    Write(stream, static_cast<const void*>(values), static_cast<unsigned long long>(count) * sizeof *values);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int count, const double* values) {
+    RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
+    Write(stream, static_cast<const void*>(values), static_cast<unsigned long long>(count) * sizeof *values);
+}
+
+void ZvBinaryCoder::Write(ZvStream$& stream, const ZvString& text) { EncodeString(stream, text); }
+
+void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
+    const char* bytes = text.CStr();
+    const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
+    unsigned char head[9];
+    unsigned int headSize = 1;
+    if (n < 16) {
+        head[0] = static_cast<unsigned char>(TagStringLT16 + n);
+    } else {
+        const unsigned int k = CalcSignificantByte(n);
+        head[0] = static_cast<unsigned char>(TagStringGE16 - 1 + k);
+        std::memcpy(head + 1, &n, 8);
+        headSize += k;
+    }
+    Put(stream, head, headSize);
+    Put(stream, bytes, n);
+}
+
+// ---- readers ----------------------------------------------------------------------------------------------------------
+
+void ZvBinaryCoder::Read(ZvStream$& stream, void* data, unsigned long long size) {
+    RequireRead(stream, Causes::NotWritable, "ZvBinaryCoder::Read");
+    Take(stream, data, size);
+    if (stream->Fail()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
+}
+
+void ZvBinaryCoder::Read(ZvStream$& stream, bool& value) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    const unsigned char tag = ReadTag(stream);
+    if (tag != TagFalse && tag != TagTrue) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::Read");
+    value = tag == TagTrue;
+}
+
+void ZvBinaryCoder::Read(ZvStream$& stream, unsigned char& value) {
+    value = static_cast<unsigned char>(TakeInteger(stream, 1));
+}
+void ZvBinaryCoder::Read(ZvStream$& stream, char& value) { value = static_cast<char>(TakeInteger(stream, 1)); }
+void ZvBinaryCoder::Read(ZvStream$& stream, unsigned short& value) {
+    value = static_cast<unsigned short>(TakeInteger(stream, 2));
+}
+void ZvBinaryCoder::Read(ZvStream$& stream, short& value) { value = static_cast<short>(TakeInteger(stream, 2)); }
+void ZvBinaryCoder::Read(ZvStream$& stream, unsigned int& value) {
+    value = static_cast<unsigned int>(TakeInteger(stream, 4));
+}
+void ZvBinaryCoder::Read(ZvStream$& stream, int& value) { value = static_cast<int>(TakeInteger(stream, 4)); }
+void ZvBinaryCoder::Read(ZvStream$& stream, unsigned long long& value) { value = TakeInteger(stream, 8); }
+void ZvBinaryCoder::Read(ZvStream$& stream, long long& value) { value = static_cast<long long>(TakeInteger(stream, 8)); }
+
+void ZvBinaryCoder::Read(ZvStream$& stream, float& value) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    Take(stream, &value, sizeof value);
+}
+
+void ZvBinaryCoder::Read(ZvStream$& stream, double& value) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    Take(stream, &value, sizeof value);
+}
+
+void ZvBinaryCoder::Read(ZvStream$& stream, unsigned int count, float* values) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    Take(stream, values, static_cast<size_t>(count) * sizeof *values);
+}
+
+void ZvBinaryCoder::Read(ZvStream$& stream, unsigned int count, double* values) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    Take(stream, values, static_cast<size_t>(count) * sizeof *values);
+}
+
+void ZvBinaryCoder::Read(ZvStream$& stream, ZvString& text) { DecodeString(stream, text); }
+
+void ZvBinaryCoder::DecodeString(ZvStream$& stream, ZvString& text) {
+    RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
+    const unsigned char tag = ReadTag(stream);
+    if (tag < TagStringLT16 || tag >= TagReserve1) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::DecodeString");
+    size_t length = tag - TagStringLT16;
+    if (tag >= TagStringGE16) {
+        length = 0;
+        Take(stream, &length, tag - TagStringGE16 + 1u);
+    }
+    // A length is believed as far as the stream surely reaches, and else in steps.
+    constexpr size_t Step = 64 * 1024;
+    const bool surely = length <= Step || (m_in.IsOn(stream.Get()) && m_in.Remaining() >= length);
+    if (surely) {
+        char* buffer = text.GetBuffer(length);
+        Take(stream, buffer, length);
+        buffer[length] = '\0';
+        return;
+    }
+    std::vector<char> bytes;
+    for (size_t done = 0; done < length;) {
+        const size_t step = std::min(length - done, std::max(Step, done));
+        bytes.resize(done + step);
+        const size_t got = Take(stream, bytes.data() + done, step);
+        done += step;
+        if (got < step) break;
+    }
+    bytes.push_back('\0');
+    char* buffer = text.GetBuffer(bytes.size() - 1);
+    std::memcpy(buffer, bytes.data(), bytes.size());
+}

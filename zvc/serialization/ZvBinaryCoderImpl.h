@@ -1,0 +1,82 @@
+#pragma once
+
+// The inside of ZvBinaryCoder that its source files share. Internal; not for clients.
+
+#include "zvc/core/ZvField.h"
+#include "zvc/serialization/ZvBinaryCoder.h"
+
+#include <deque>
+#include <source_location>
+#include <unordered_map>
+
+namespace zvc::detail {
+
+[[noreturn]] void RaiseCoder(ZvCoderException::Causes cause, const char* function,
+                             std::source_location where = std::source_location::current());
+
+/// Keeps a window open for the span of a call. A gathered transfer that fails at the end is reported there, unless the
+/// call ends in an exception already.
+class OutputScope {
+public:
+    OutputScope(OutputWindow& window, ZvStream$& stream) : m_window(window) { window.Open(stream.Get()); }
+    ~OutputScope() {
+        if (!m_closed) m_window.Close();
+    }
+    OutputScope(const OutputScope&) = delete;
+    void Finish() {
+        m_closed = true;
+        if (!m_window.Close()) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Write");
+    }
+
+private:
+    OutputWindow& m_window;
+    bool m_closed = false;
+};
+
+class InputScope {
+public:
+    InputScope(InputWindow& window, ZvStream$& stream) : m_window(window) { window.Open(stream.Get()); }
+    ~InputScope() { m_window.Close(); }
+    InputScope(const InputScope&) = delete;
+
+private:
+    InputWindow& m_window;
+};
+
+}
+
+/// What one direction of the coder knows of a type. The kind is the reader's own business: it is not in the stream.
+struct ZvBinaryCoder::Plan {
+    struct StoredField {
+        ZvField$ field;              // the field of today with that name and that very type, or null: read and drop
+        ZvType$ type;                // as the stream declared it
+    };
+
+    ZvType* type = nullptr;
+    Kind kind = Kind::Codec;
+    long long id = 0;                // once the type has one
+    bool hasFields = false;
+    std::vector<ZvField$> fields;    // the fields of today, in the order of the class's dictionary
+    ZvDictionary$ current;           // the same by name
+    bool hasStored = false;
+    std::vector<StoredField> stored; // the stream's layout, in its order
+    bool hasVersion = false;
+    unsigned int version = 0;        // the stream's, where it is not the class's own
+};
+
+class ZvBinaryCoder::Plans {
+public:
+    Plan& Of(ZvType* type);
+    const Plan* Find(ZvType* type) const {
+        auto found = m_byType.find(type);
+        return found == m_byType.end() ? nullptr : found->second;
+    }
+
+    Plans() = default;
+    Plans(const Plans& other);
+
+private:
+    std::deque<Plan> m_plans;
+    std::unordered_map<const ZvType*, Plan*> m_byType;
+    Plan* m_last = nullptr;
+};

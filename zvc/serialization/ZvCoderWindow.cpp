@@ -1,0 +1,140 @@
+#include "zvc/serialization/ZvCoderWindow.h"
+
+#include "zvc/platform/File.h"
+#include "zvc/serialization/ZvFileStream.h"
+#include "zvc/serialization/ZvMemoryStream.h"
+
+#include <algorithm>
+#include <typeinfo>
+
+namespace zvc::detail {
+
+namespace {
+
+constexpr size_t BufferSize = 64 * 1024;
+
+template <class T>
+T* Exactly(ZvStream* stream) {
+    return typeid(*stream) == typeid(T) ? static_cast<T*>(stream) : nullptr;
+}
+
+}
+
+// A transfer on a memory stream succeeds while it ends before the end of the range: the last byte is never passed. So the
+// cursor may move up to the last byte, and whatever would go further is left to the stream.
+
+void OutputWindow::Open(ZvStream* stream) {
+    if (m_depth++ != 0) return;
+    m_failed = m_checked = m_isFile = false;
+    if (auto* memory = Exactly<ZvMemoryStream>(stream)) {
+        if (memory->m_cursor >= memory->m_end) return;
+        m_cursor = &memory->m_cursor;
+        m_limit = memory->m_end - 1;
+        m_stream = stream;
+    } else if (auto* file = Exactly<ZvFileStream>(stream)) {
+        if (!file->CanWrite() || file->m_window != nullptr) return;
+        if (!m_buffer) m_buffer.reset(new unsigned char[BufferSize]);
+        m_next = m_buffer.get();
+        m_cursor = &m_next;
+        m_limit = m_next + BufferSize;
+        m_isFile = true;
+        m_stream = stream;
+        file->m_window = this;
+    }
+}
+
+bool OutputWindow::Close() {
+    if (--m_depth != 0 || m_stream == nullptr) return true;
+    if (m_isFile) {
+        Settle();
+        static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
+    }
+    m_stream = nullptr;
+    m_cursor = &m_next;
+    m_limit = m_next = nullptr;
+    return !(m_failed && m_checked);
+}
+
+void OutputWindow::Settle() {
+    if (!m_isFile || m_next == m_buffer.get()) return;
+    const auto gathered = m_next - m_buffer.get();
+    m_next = m_buffer.get();
+    m_stream->Write(m_buffer.get(), static_cast<long long>(gathered));
+    if (m_stream->Fail()) m_failed = true;
+}
+
+bool OutputWindow::PutMore(const void* data, size_t size) {
+    if (!m_isFile) return false;
+    Settle();
+    if (size > BufferSize) return false;
+    std::memcpy(m_next, data, size);
+    m_next += size;
+    return true;
+}
+
+bool OutputWindow::Failed() const { return m_failed || m_stream->Fail(); }
+
+void InputWindow::Open(ZvStream* stream) {
+    if (m_depth++ != 0) return;
+    m_isFile = false;
+    if (auto* memory = Exactly<ZvMemoryStream>(stream)) {
+        if (memory->m_cursor >= memory->m_end) return;
+        m_cursor = &memory->m_cursor;
+        m_limit = memory->m_end - 1;
+        m_stream = stream;
+    } else if (auto* file = Exactly<ZvFileStream>(stream)) {
+        if (!file->CanRead() || file->m_window != nullptr || !platform::FileIsRegular(file->m_handle)) return;
+        if (!m_buffer) m_buffer.reset(new unsigned char[BufferSize]);
+        m_next = m_limit = m_buffer.get();
+        m_cursor = &m_next;
+        m_isFile = true;
+        m_stream = stream;
+        file->m_window = this;
+    }
+}
+
+void InputWindow::Close() {
+    if (--m_depth != 0 || m_stream == nullptr) return;
+    if (m_isFile) {
+        Settle();
+        static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
+    }
+    m_stream = nullptr;
+    m_cursor = &m_next;
+    m_limit = m_next = nullptr;
+}
+
+void InputWindow::Settle() {
+    if (!m_isFile || m_next == m_limit) return;
+    const auto unread = static_cast<int64_t>(m_limit - m_next);
+    m_next = m_limit = m_buffer.get();
+    const auto handle = static_cast<ZvFileStream*>(m_stream)->m_handle;
+    platform::FileSeek64(handle, -unread, 1);
+}
+
+const unsigned char* InputWindow::Fill(size_t size) {
+    if (!m_isFile || size > BufferSize) return nullptr;
+    const auto have = static_cast<size_t>(m_limit - m_next);
+    unsigned char* const buffer = m_buffer.get();
+    std::memmove(buffer, m_next, have);
+    m_next = buffer;
+    m_limit = buffer + have;
+    uint32_t got = 0;
+    if (platform::FileRead(static_cast<ZvFileStream*>(m_stream)->m_handle, m_limit, static_cast<uint32_t>(BufferSize - have), &got))
+        m_limit += got;
+    if (static_cast<size_t>(m_limit - m_next) >= size) return m_next;
+    Settle();                                   // what is left is less than was asked for: the stream itself shows how it ends
+    return nullptr;
+}
+
+uint64_t InputWindow::Remaining() const {
+    if (m_stream == nullptr) return 0;
+    const auto atHand = static_cast<uint64_t>(m_limit - *m_cursor);
+    if (!m_isFile) return atHand;
+    const auto handle = static_cast<ZvFileStream*>(m_stream)->m_handle;
+    const int64_t size = platform::FileSize64(handle);
+    const int64_t position = platform::FileTell64(handle);
+    return atHand + (size > position && position >= 0 ? static_cast<uint64_t>(size - position) : 0);
+}
+
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+// How the binary coder gets at the bytes of a stream without two virtual calls for each of them. Internal; not for clients.
+//
+// A window is open on one stream for the span of the coder's outermost call. On exactly a ZvMemoryStream it works on the
+// stream's own cursor, in place. On exactly a ZvFileStream it gathers what is written, and reads ahead; the file stream
+// knows the window and has it settled before any operation of its own, so that whoever looks at the stream meanwhile sees
+// what an unbuffered one would show. All other streams have no window.
+
+#include "zvc/platform/Api.h"
+#include "zvc/serialization/ZvFileWindow.h"
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+class ZvStream;
+class ZvStream$;
+
+namespace zvc::detail {
+
+class ZV_API OutputWindow : private FileWindow {
+public:
+    OutputWindow() = default;
+    OutputWindow(const OutputWindow&) : FileWindow() {}
+    OutputWindow& operator=(const OutputWindow&) { return *this; }
+
+    /// Opens on stream at the outermost call; nested calls are only counted. Close settles what is gathered; the answer is
+    /// false when a transfer whose failure the coder reports has failed.
+    void Open(ZvStream* stream);
+    bool Close();
+
+    bool IsOn(const ZvStream* stream) const { return m_stream == stream; }
+
+    /// Where the next bytes go when at least size bytes have room, else null. Advance moves on.
+    unsigned char* Room(size_t size) const {
+        return static_cast<size_t>(m_limit - *m_cursor) >= size ? *m_cursor : nullptr;
+    }
+    void Advance(size_t size) { *m_cursor += size; }
+
+    /// Puts size bytes by the stream's rules. True if that can be done here: otherwise the caller uses the stream.
+    bool Put(const void* data, size_t size) {
+        unsigned char* at = Room(size);
+        if (at == nullptr) return PutMore(data, size);
+        std::memcpy(at, data, size);
+        Advance(size);
+        return true;
+    }
+
+    /// What the stream's Fail answers now.
+    bool Failed() const;
+
+    /// The next Close reports a failed transfer.
+    void NoteChecked() { m_checked = true; }
+
+private:
+    void Settle() override;
+    bool PutMore(const void* data, size_t size);
+
+    ZvStream* m_stream = nullptr;               // null while closed
+    unsigned int m_depth = 0;
+    bool m_isFile = false;
+    bool m_failed = false;
+    bool m_checked = false;
+    unsigned char** m_cursor = &m_next;
+    unsigned char* m_limit = nullptr;           // the cursor may come to stand here, and no further
+    unsigned char* m_next = nullptr;
+    std::unique_ptr<unsigned char[]> m_buffer;
+};
+
+class ZV_API InputWindow : private FileWindow {
+public:
+    InputWindow() = default;
+    InputWindow(const InputWindow&) : FileWindow() {}
+    InputWindow& operator=(const InputWindow&) { return *this; }
+
+    void Open(ZvStream* stream);
+    void Close();
+
+    bool IsOn(const ZvStream* stream) const { return m_stream == stream; }
+
+    /// The next size bytes when they are at hand, else null. Advance moves on.
+    const unsigned char* Look(size_t size) {
+        if (static_cast<size_t>(m_limit - *m_cursor) >= size) return *m_cursor;
+        return Fill(size);
+    }
+    void Advance(size_t size) { *m_cursor += size; }
+
+    /// Bytes that are surely still to come.
+    uint64_t Remaining() const;
+
+    /// Large blocks go past the window: settles it, so that the stream itself stands at the next byte.
+    void Bypass() { Settle(); }
+
+private:
+    void Settle() override;
+    const unsigned char* Fill(size_t size);
+
+    ZvStream* m_stream = nullptr;
+    unsigned int m_depth = 0;
+    bool m_isFile = false;
+    unsigned char** m_cursor = &m_next;
+    unsigned char* m_limit = nullptr;
+    unsigned char* m_next = nullptr;
+    std::unique_ptr<unsigned char[]> m_buffer;
+    uint64_t m_left = 0;                        // file: bytes behind what has been read ahead
+};
+
+}
