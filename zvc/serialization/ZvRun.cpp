@@ -58,7 +58,7 @@ unsigned char* PutForm(unsigned char* at, S value) {
 /// Writes forms in blocks. Answers how many elements are done: the first block that does not fit ends it.
 template <class S>
 size_t PutIntegers(OutputWindow& out, const S* values, size_t count) {
-    constexpr size_t BlockElements = 512;
+    constexpr size_t BlockElements = 504;       // whole elements of two, three and four
     unsigned char block[BlockElements * (sizeof(S) + 1) + 8];
     size_t done = 0;
     while (done < count) {

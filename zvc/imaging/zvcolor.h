@@ -1,0 +1,9 @@
+#pragma once
+
+/// A colour value: three 32-bit floats.
+struct zvcolor {
+    float r = 0, g = 0, b = 0;
+
+    constexpr zvcolor() = default;
+    constexpr zvcolor(float red, float green, float blue) : r(red), g(green), b(blue) {}
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "zvc/platform/Api.h"
+
+#include <cstdint>
+
+namespace zvc::platform {
+
+/// The address below which the calling thread's stack should not grow any more: its lowest usable address and a reserve
+/// for what is still to be called (64 KiB, or a quarter of a small stack).
+ZV_API uintptr_t StackLimit() noexcept;
+
+/// True when the caller stands in the reserve at the end of its thread's stack. Any thread, any stack size.
+inline bool StackIsLow() noexcept { return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < StackLimit(); }
+
+}

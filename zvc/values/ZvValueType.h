@@ -1,0 +1,36 @@
+#pragma once
+
+/// The numbering of value kinds. The gaps belong to kinds that the library does not use and stay gaps.
+enum ZvValueType : int {
+    ZvVtBoolean = 1,
+    ZvVtSByte = 2,
+    ZvVtByte = 3,
+    ZvVtInt16 = 7,
+    ZvVtUInt16 = 11,
+    ZvVtInt32 = 15,
+    ZvVtVec2i = 16,
+    ZvVtVec3i = 17,
+    ZvVtVec4i = 18,
+    ZvVtUInt32 = 19,
+    ZvVtInt64 = 20,
+    ZvVtUInt64 = 21,
+    ZvVtFloat = 22,
+    ZvVtVec2f = 23,
+    ZvVtVec3f = 24,
+    ZvVtVec4f = 25,
+    ZvVtMat3f = 26,
+    ZvVtMat4f = 27,
+    ZvVtDouble = 28,
+    ZvVtVec2d = 29,
+    ZvVtVec3d = 30,
+    ZvVtVec4d = 31,
+    ZvVtMat3d = 32,
+    ZvVtMat4d = 33,
+    ZvVtRotf = 38,
+    ZvVtRotd = 39,
+    ZvVtColor = 42,
+    ZvVtObjectRef = 45,
+    ZvVtObjectPtr = 46,
+    ZvVtInterface = 47,
+    ZvVtVoid = 49
+};
