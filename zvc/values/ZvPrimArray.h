@@ -20,7 +20,7 @@ public:
 /// them CreateFromPtr and Clone, copy the handles as bytes, without a reference, although the destructor releases each.
 /// Whoever uses them retains on behalf of the new array.
 template <class T>
-class ZvPrimArray : public ZvArrayValue {
+class ZV_API ZvPrimArray : public ZvArrayValue {
 public:
     static ZvType s_type;
     static ZvBase* GetBases();
@@ -72,7 +72,7 @@ private:
 #include "zvc/values/ZvElements.inc"
 #define ZV_EXTERN_ARRAY(...)                                       \
     template <> ZV_API ZvType ZvPrimArray<__VA_ARGS__>::s_type;    \
-    extern template class ZV_API ZvPrimArray<__VA_ARGS__>;
+    extern template class ZvPrimArray<__VA_ARGS__>;
 ZV_ELEMENTS_PLAIN(ZV_EXTERN_ARRAY)
 ZV_EXTERN_ARRAY(ZvObject$)
 ZV_EXTERN_ARRAY(ZvObject*)
