@@ -33,7 +33,7 @@ int32_t OffsetOf(M ZvObject::* member) {
 /// kind, the member becomes zero. An object pointer is read and written without counting. A member of type ZvInterface$
 /// or ZvInterface* cannot be boxed: its box is empty, and SetValue clears it, whatever the value.
 template <class T>
-class ZvFieldPrimitive : public ZvField {
+class ZV_API ZvFieldPrimitive : public ZvField {
 public:
     ZvFieldPrimitive(ZvType* owner, const char* name, T ZvObject::* member);
     ZvFieldPrimitive(const ZvFieldPrimitive& other);
@@ -73,7 +73,7 @@ private:
 
 /// A member of type T inside a member that is an aggregate, where no pointer to member can name it.
 template <class T>
-class ZvNestFieldPrimitive : public ZvField {
+class ZV_API ZvNestFieldPrimitive : public ZvField {
 public:
     /// offset: bytes from the start of the object.
     ZvNestFieldPrimitive(ZvType* owner, const char* name, size_t offset);
@@ -115,7 +115,7 @@ private:
 /// GetValue gives a new array of count elements. SetValue takes a value of exactly count elements. Encode and Decode move
 /// the elements in order, without a count before them.
 template <class T>
-class ZvFieldPrimitiveArray : public ZvField {
+class ZV_API ZvFieldPrimitiveArray : public ZvField {
 public:
     /// member: the first element.
     ZvFieldPrimitiveArray(ZvType* owner, const char* name, unsigned int count, T ZvObject::* member);
@@ -161,7 +161,7 @@ ZV_API ZvField* ZvSelectFieldPrimitive(ZvType* owner, const char* name, ZvValueT
 #include "zvc/core/ZvFieldElements.inc"
 #define ZV_EXTERN_FIELD(Family, ...)                            \
     template <> ZV_API ZvType Family<__VA_ARGS__>::s_type;      \
-    extern template class ZV_API Family<__VA_ARGS__>;
+    extern template class Family<__VA_ARGS__>;
 #define ZV_EXTERN_FIELDS(...)                                   \
     ZV_EXTERN_FIELD(ZvFieldPrimitive, __VA_ARGS__)              \
     ZV_EXTERN_FIELD(ZvNestFieldPrimitive, __VA_ARGS__)          \

@@ -15,7 +15,7 @@ template <class T> class ZvFieldPrimitiveArray;
 ///
 /// Nothing here raises but the allocator, and the coder in Encode and Decode.
 template <class T>
-class ZvPrimArray : public ZvArrayValue {
+class ZV_API ZvPrimArray : public ZvArrayValue {
 public:
     static ZvType s_type;
     static ZvBase* GetBases();
@@ -77,7 +77,7 @@ private:
 #include "zvc/values/ZvElements.inc"
 #define ZV_EXTERN_ARRAY(...)                                       \
     template <> ZV_API ZvType ZvPrimArray<__VA_ARGS__>::s_type;    \
-    extern template class ZV_API ZvPrimArray<__VA_ARGS__>;
+    extern template class ZvPrimArray<__VA_ARGS__>;
 ZV_ELEMENTS_PLAIN(ZV_EXTERN_ARRAY)
 ZV_EXTERN_ARRAY(ZvObject$)
 ZV_EXTERN_ARRAY(ZvObject*)

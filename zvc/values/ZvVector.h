@@ -16,7 +16,7 @@ public:
 /// time in the mean; the capacity never shrinks. References to elements are valid until the next operation that can grow
 /// the vector. More than 2^64 / sizeof(T) elements raise std::length_error; exhaustion raises as ZvSystem::Malloc does.
 template <class T>
-class ZvVector : public ZvVectorValue {
+class ZV_API ZvVector : public ZvVectorValue {
 public:
     static ZvType s_type;
     static ZvBase* GetBases();
@@ -101,7 +101,7 @@ private:
 
 #define ZV_EXTERN_VECTOR(...)                                   \
     template <> ZV_API ZvType ZvVector<__VA_ARGS__>::s_type;    \
-    extern template class ZV_API ZvVector<__VA_ARGS__>;
+    extern template class ZvVector<__VA_ARGS__>;
 ZV_EXTERN_VECTOR(unsigned char)
 ZV_EXTERN_VECTOR(char)
 ZV_EXTERN_VECTOR(short)
