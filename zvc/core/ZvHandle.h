@@ -29,7 +29,7 @@ struct Checked {};           // selects the constructor that takes a pointer whi
 }
 
 /// Handle on any object.
-class ZvObject$ {
+class ZV_API ZvObject$ {
 public:
     constexpr ZvObject$() noexcept = default;
     ZvObject$(ZvObject* o) noexcept : m_object(o) {
@@ -86,7 +86,7 @@ protected:
 };
 
 /// Handle on any interface. It counts only through the interface's own virtual operations.
-class ZvInterface$ {
+class ZV_API ZvInterface$ {
 public:
     constexpr ZvInterface$() noexcept = default;
     ZvInterface$(ZvInterface* p) : m_interface(p) {
@@ -153,7 +153,7 @@ inline ZvObject* ZvObject$::Cast(const ZvInterface$& i, const ZvType& type) {
 
 /// Handle on T, extending the handle class Base of a base of T. T may be incomplete where a handle is only passed.
 template <class T, class Base>
-class ZvHandle : public Base {
+class ZV_API ZvHandle : public Base {
 public:
     constexpr ZvHandle() noexcept = default;
     ZvHandle(T* p) : Base(p) {}
@@ -174,7 +174,7 @@ protected:
 /// Declares the handle class X$ of an object class X, which extends the handle class Base$ of X's base.
 #define ZV_DECLARE_HANDLE(X, BaseHandle)                        \
     class X;                                                    \
-    class X##$ : public ZvHandle<X, BaseHandle> {               \
+    class ZV_API X##$ : public ZvHandle<X, BaseHandle> {               \
     public:                                                     \
         constexpr X##$() noexcept = default;                    \
         using ZvHandle<X, BaseHandle>::ZvHandle;                \

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "zvc/platform/Api.h"
+
 /// A colour value: three 32-bit floats.
-struct zvcolor {
+struct ZV_API zvcolor {
     float r = 0, g = 0, b = 0;
 
     constexpr zvcolor() = default;

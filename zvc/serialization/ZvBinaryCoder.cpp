@@ -45,21 +45,6 @@ ZvBinaryCoder::~ZvBinaryCoder() = default;
 
 // ---- bytes ------------------------------------------------------------------------------------------------------------
 
-// The causes of a stream that cannot be written or read differ between the operations. Programs tell them apart, so they
-// stay as they are.
-inline void ZvBinaryCoder::RequireWrite(ZvStream$& stream, Causes cause, const char* function) {
-    if (!m_out.IsOn(stream.Get()) && !stream->CanWrite()) zvc::detail::RaiseCoder(cause, function);
-}
-
-inline void ZvBinaryCoder::RequireRead(ZvStream$& stream, Causes cause, const char* function) {
-    if (!m_in.IsOn(stream.Get()) && !stream->CanRead()) zvc::detail::RaiseCoder(cause, function);
-}
-
-inline void ZvBinaryCoder::Put(ZvStream$& stream, const void* data, size_t size) {
-    if (m_out.IsOn(stream.Get()) && m_out.Put(data, size)) return;
-    stream->Write(data, static_cast<long long>(size));
-}
-
 // Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring less than was asked
 // for. What does not come is zero. Answers the bytes that came.
 size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {

@@ -80,3 +80,18 @@ private:
     std::unordered_map<const ZvType*, Plan*> m_byType;
     Plan* m_last = nullptr;
 };
+
+// The causes of a stream that cannot be written or read differ between the operations. Programs tell them apart, so they
+// stay as they are.
+inline void ZvBinaryCoder::RequireWrite(ZvStream$& stream, ZvCoderException::Causes cause, const char* function) {
+    if (!m_out.IsOn(stream.Get()) && !stream->CanWrite()) zvc::detail::RaiseCoder(cause, function);
+}
+
+inline void ZvBinaryCoder::RequireRead(ZvStream$& stream, ZvCoderException::Causes cause, const char* function) {
+    if (!m_in.IsOn(stream.Get()) && !stream->CanRead()) zvc::detail::RaiseCoder(cause, function);
+}
+
+inline void ZvBinaryCoder::Put(ZvStream$& stream, const void* data, size_t size) {
+    if (m_out.IsOn(stream.Get()) && m_out.Put(data, size)) return;
+    stream->Write(data, static_cast<long long>(size));
+}

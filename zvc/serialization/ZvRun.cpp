@@ -206,7 +206,7 @@ size_t RoomFor(ZvStream$& stream, ZvCoder* coder, size_t elementBytes, size_t ar
 }
 
 #define ZV_RUN(...)                                                                            \
-    template ZV_API void WriteRun(ZvStream$&, ZvCoder*, const __VA_ARGS__*, size_t);           \
+    template ZV_API void WriteRun(ZvStream$&, ZvCoder*, __VA_ARGS__ const*, size_t);          \
     template ZV_API void ReadRun(ZvStream$&, ZvCoder*, __VA_ARGS__*, size_t);
 
 ZV_RUN(bool)

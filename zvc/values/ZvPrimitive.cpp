@@ -3,6 +3,7 @@
 #include "zvc/core/ZvDeclare.h"
 #include "zvc/serialization/ZvCoder.h"
 #include "zvc/values/ZvPrimArray.h"
+#include "zvc/values/ZvSequence.h"
 #include "zvc/values/ZvVoid.h"
 
 #include <bit>
@@ -81,7 +82,13 @@ size_t HashOf(const T& v) {
         else
             return reinterpret_cast<uintptr_t>(v);
     } else if constexpr (IsReference<T>) {
-        return v->GetHashCode();
+        const ZvObject* held;
+        if constexpr (IsHandle<T>)
+            held = v.Get();
+        else
+            held = v;
+        zvc::detail::NestedWalk walk("ZvPrimitive::GetHashCode");
+        return zvc::detail::Needed(held, "ZvPrimitive::GetHashCode")->GetHashCode();
     } else {
         size_t h = 0x811C9DC5;
         for (int i = 0; i < Shape<T>::count; ++i) h = Fold(h, HashElement(Elements(v)[i]));

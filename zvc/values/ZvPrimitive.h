@@ -10,7 +10,7 @@
 /// SetValue and GetValue convert between the eleven scalars, and between the element types of one shape of composite;
 /// nothing checks ranges. A reference box retains what it holds; a pointer box does not count. One writer at a time.
 template <class T>
-class ZvPrimitive : public ZvValue {
+class ZV_API ZvPrimitive : public ZvValue {
 public:
     static ZvType s_type;
     static ZvBase* GetBases();
@@ -56,7 +56,7 @@ public:
 #include "zvc/values/ZvElements.inc"
 #define ZV_EXTERN_BOX(...)                                         \
     template <> ZV_API ZvType ZvPrimitive<__VA_ARGS__>::s_type;    \
-    extern template class ZV_API ZvPrimitive<__VA_ARGS__>;
+    extern template class ZvPrimitive<__VA_ARGS__>;
 ZV_ELEMENTS_PLAIN(ZV_EXTERN_BOX)
 ZV_EXTERN_BOX(ZvObject$)
 ZV_EXTERN_BOX(ZvObject*)

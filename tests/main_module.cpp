@@ -1,0 +1,3 @@
+#include <zvc/zvc.h>
+
+ZV_MODULE("App", nullptr, nullptr)

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "zvc/core/ZvDeclare.h"
+
+ZV_DECLARE_HANDLE(ZvObjRef, ZvObject$);
+
+/// Base of everything that crosses a channel as a reference and not by value. Copies share the reference.
+class ZV_API ZvMarshalByRefObject : public ZvObject {
+    ZV_DECLARE_CLASS(ZvMarshalByRefObject)
+public:
+    ZvMarshalByRefObject();
+    ZvMarshalByRefObject(const ZvMarshalByRefObject& other);
+    ZvMarshalByRefObject& operator=(const ZvMarshalByRefObject& other);
+    ~ZvMarshalByRefObject() override;
+
+    /// The reference that stands for this object on a channel. Until there are channels nothing makes one: null.
+    virtual ZvObjRef$ CreateObjRef();
+
+protected:
+    ZvObject$ m_objRef;              // a ZvObjRef, null until it is first needed
+};

@@ -1,0 +1,60 @@
+#include "zvc/serialization/ZvStrStream.h"
+
+#undef __DEPRECATED                                    // the header is old, and just what this stream stands on
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#include <strstream>
+
+ZV_DEFINE_CLASS(ZvStrStream, (ZvStream))
+
+namespace {
+constexpr std::ios_base::seekdir Directions[] = {std::ios_base::beg, std::ios_base::cur, std::ios_base::end};
+}
+
+struct ZvStrStream::Buffer {
+    // The append bit is the system's own number, and the standard library's may be another.
+    Buffer(char* buffer, long long size, int mode)
+        : stream(buffer, static_cast<int>(size),
+                 std::ios_base::in | std::ios_base::out | ((mode & 8) != 0 ? std::ios_base::app : std::ios_base::openmode())) {}
+    std::strstream stream;
+};
+
+ZvStrStream::ZvStrStream(char* buffer, long long size, int mode) : m_buffer(new Buffer(buffer, size, mode)) {}
+ZvStrStream::~ZvStrStream() = default;
+long long ZvStrStream::Size() const { return m_buffer->stream.pcount(); }
+unsigned char* ZvStrStream::StartPointer() { return reinterpret_cast<unsigned char*>(m_buffer->stream.str()); }
+
+long long ZvStrStream::GetFileLength() { return m_buffer->stream.gcount(); }
+
+// The count is what the position says: a stream that cannot tell its position answers 0.
+long long ZvStrStream::Write(const void* buffer, long long count) {
+    const auto before = m_buffer->stream.tellp();
+    m_buffer->stream.write(static_cast<const char*>(buffer), count);
+    return static_cast<long long>(m_buffer->stream.tellp() - before);
+}
+
+long long ZvStrStream::Read(void* buffer, long long count) {
+    const auto before = m_buffer->stream.tellg();
+    m_buffer->stream.read(static_cast<char*>(buffer), count);
+    return static_cast<long long>(m_buffer->stream.tellg() - before);
+}
+
+long long ZvStrStream::Tellp() const { return m_buffer->stream.tellp(); }
+long long ZvStrStream::Tellg() const { return m_buffer->stream.tellg(); }
+void ZvStrStream::Flush() { m_buffer->stream.flush(); }
+
+void ZvStrStream::Seekp(long long offset, SeekOrigin origin) {
+    if (origin >= Begin && origin <= End) m_buffer->stream.seekp(offset, Directions[origin]);
+}
+
+void ZvStrStream::Seekg(long long offset, SeekOrigin origin) {
+    if (origin >= Begin && origin <= End) m_buffer->stream.seekg(offset, Directions[origin]);
+}
+
+bool ZvStrStream::Fail() const { return m_buffer->stream.fail(); }
+bool ZvStrStream::SetEndOfFile() { return true; }
+bool ZvStrStream::CanSeek() const { return true; }
+bool ZvStrStream::CanRead() const { return true; }
+bool ZvStrStream::CanWrite() const { return true; }
+
+#pragma GCC diagnostic pop
