@@ -106,6 +106,35 @@ private:
         if (t == "GStrict") GStrict$(o)->v = j["v"];
         if (t == "GOpen") GOpen$(o)->v = j["v"];
         if (const ZvValue$ box = o; box && j.contains("v")) FillBox(box, j["v"]);
+        FillVector(o, j);
+    }
+
+    template <class T>
+    void FillVectorOf(const ZvObject$& o, const Json& j) {
+        if (o->GetType() != &ZvVector<T>::s_type) return;
+        for (const Json& e : j["v"]) static_cast<ZvVector<T>*>(o.Get())->Add(Value<T>(e));
+    }
+
+    void FillVector(const ZvObject$& o, const Json& j) {
+        FillVectorOf<unsigned char>(o, j);
+        FillVectorOf<char>(o, j);
+        FillVectorOf<short>(o, j);
+        FillVectorOf<unsigned short>(o, j);
+        FillVectorOf<int>(o, j);
+        FillVectorOf<unsigned int>(o, j);
+        FillVectorOf<long long>(o, j);
+        FillVectorOf<unsigned long long>(o, j);
+        FillVectorOf<float>(o, j);
+        FillVectorOf<double>(o, j);
+        FillVectorOf<CG::vec2<int>>(o, j);
+        FillVectorOf<CG::vec2<float>>(o, j);
+        FillVectorOf<CG::vec2<double>>(o, j);
+        FillVectorOf<CG::vec3<int>>(o, j);
+        FillVectorOf<CG::vec3<float>>(o, j);
+        FillVectorOf<CG::vec3<double>>(o, j);
+        FillVectorOf<CG::vec4<int>>(o, j);
+        FillVectorOf<CG::vec4<float>>(o, j);
+        FillVectorOf<CG::vec4<double>>(o, j);
     }
 
     void FillBox(const ZvValue$& box, const Json& v) {
