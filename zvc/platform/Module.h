@@ -17,7 +17,7 @@ ZV_API void FreeModule(void* handle);
 /// A symbol that this very module exports: what it only depends on does not count. Null when it has none.
 ZV_API void* ModuleSymbol(void* handle, const char* name);
 
-/// The handle of a loaded module of that base name ("ZVC" is also libZVC.so), without a reference. Null for none; a null
+/// The handle of a loaded module of that base name ("ZVC" is also libzvc.so: the case does not count), without a reference. Null for none; a null
 /// name is the program.
 ZV_API void* ModuleHandle(const char* name);
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <link.h>
+#include <strings.h>
 #include <unistd.h>
 
 namespace zvc::platform {
@@ -21,6 +22,8 @@ void KeepError(const char* text) {
     SectionLock lock(s_errorSection);
     std::strncpy(s_error, text != nullptr ? text : "", sizeof s_error - 1);
 }
+
+bool Equal(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
 
 std::string FolderOf(const std::string& path) {
     const size_t slash = path.rfind('/');
@@ -105,7 +108,8 @@ void* ModuleHandle(const char* name) {
         const char* slash = std::strrchr(map->l_name, '/');
         const std::string file = slash != nullptr ? slash + 1 : map->l_name;
         const std::string stem = file.substr(0, file.find('.'));
-        if (file == wanted || stem == wanted || stem == "lib" + wanted) return map;
+        // Module names have no case.
+        if (Equal(file, wanted) || Equal(stem, wanted) || Equal(stem, "lib" + wanted)) return map;
     }
     return nullptr;
 }
