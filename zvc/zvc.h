@@ -43,4 +43,5 @@
 #include "zvc/values/ZvStack.h"
 #include "zvc/values/ZvString.h"
 #include "zvc/values/ZvValue.h"
+#include "zvc/values/ZvVector.h"
 #include "zvc/values/ZvVoid.h"
