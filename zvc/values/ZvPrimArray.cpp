@@ -96,6 +96,7 @@ void ZvPrimArray<T>::CreateBuffer(unsigned long long newCount) {
 template <class T>
 void ZvPrimArray<T>::Encode(ZvStream$& stream, ZvCoder* coder) const {
     coder->Write(stream, static_cast<unsigned int>(count));
+    if (count == 0) return;                                         // there may be no buffer
     if constexpr (std::is_same_v<T, zvcolor>)                       // colours go out as three floats each: a coder sees those
         zvc::detail::WriteRun(stream, coder, reinterpret_cast<const float*>(data), static_cast<size_t>(count) * 3);
     else

@@ -154,7 +154,7 @@ void ZvVector<T>::Reallocate(unsigned long long capacity) {
 template <class T>
 void ZvVector<T>::Encode(ZvStream$& stream, ZvCoder* coder) const {
     coder->Write(stream, static_cast<unsigned int>(Count()));
-    zvc::detail::WriteRun(stream, coder, first, static_cast<size_t>(Count()));
+    if (Count() != 0) zvc::detail::WriteRun(stream, coder, first, static_cast<size_t>(Count()));
 }
 
 /// What the capacity becomes when it is first made count, where it is less, and count elements are then added singly.
