@@ -63,6 +63,7 @@ TimeZone TimeZoneNow() noexcept {
         if (other.tm_gmtoff < standard) standard = other.tm_gmtoff;
     }
     if (!changes) standard = local.tm_gmtoff;
+    if (local.tm_isdst > 0 && standard == local.tm_gmtoff) standard = -timezone;       // daylight time all the year
     return {static_cast<int>(-standard / 60), local.tm_gmtoff > standard};
 }
 
