@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <pthread.h>
 #include <signal.h>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -254,6 +255,36 @@ TEST(Thread, ManyKillsLeaveNothingBehind) {
     }
     std::thread([] {}).join();
     EXPECT_EQ(std::system("exit 5") >> 8, 5);
+}
+
+TEST(Thread, KilledOneLeavesNoSpecificDataToTheNext) {
+    SKIP_WHERE_THREADS_CANNOT_BE_KILLED();
+    static pthread_key_t keys[40];
+    static Event set;
+    set.Reset();
+    for (pthread_key_t& key : keys) ASSERT_EQ(pthread_key_create(&key, nullptr), 0);
+    const Handle killed = ThreadCreate(
+        [](void*) {
+            for (pthread_key_t key : keys) pthread_setspecific(key, &set);
+            set.Set();
+            SleepFor(Infinite);
+            return 0u;
+        },
+        nullptr, nullptr);
+    EXPECT_TRUE(set.Wait(Infinite));
+    EXPECT_TRUE(ThreadKill(killed, 1));
+    const Handle next = ThreadCreate(
+        [](void*) {
+            uint32_t found = 0;
+            for (pthread_key_t key : keys) found += pthread_getspecific(key) != nullptr ? 1 : 0;
+            return found;
+        },
+        nullptr, nullptr);
+    WaitForHandle(next, Infinite);
+    EXPECT_EQ(ExitCodeOf(next), 0u);
+    CloseHandle(killed);
+    CloseHandle(next);
+    for (pthread_key_t key : keys) pthread_key_delete(key);
 }
 
 TEST(Thread, SuspendStopsItUntilResumedAsOften) {

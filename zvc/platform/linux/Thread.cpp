@@ -88,6 +88,12 @@ bool NicenessOf(int priority, int& niceness) noexcept {
     }
 }
 
+// The next thread may be given this one's stack, and would find there what this one kept under the keys of the process.
+void ForgetSpecificData() noexcept {
+    for (pthread_key_t key = 0; key != PTHREAD_KEYS_MAX; ++key)
+        if (pthread_getspecific(key) != nullptr) pthread_setspecific(key, nullptr);
+}
+
 }
 
 void SetThreadHook(const ThreadHook* hook) noexcept { __atomic_store_n(&s_hook, hook, __ATOMIC_RELEASE); }
@@ -174,6 +180,7 @@ void ThreadObject::Obey() noexcept {
 }
 
 void ThreadObject::Die() noexcept {
+    ForgetSpecificData();
     m_code = m_killCode;
     m_abandoned = t_local.inUse;
     m_killed = true;
