@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <thread>
 
@@ -28,32 +29,48 @@ size_t UsableStack() {
 }
 
 struct Found {
-    size_t usable, below;
+    uintptr_t lowest;
+    size_t usable;
 };
 
 void* Measure(void* result) {
-    *static_cast<Found*>(result) = {UsableStack(), reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) - StackLowest()};
+    *static_cast<volatile char*>(reinterpret_cast<void*>(StackLowest())) = 1;     // usable down to the last byte
+    *static_cast<Found*>(result) = {StackLowest(), UsableStack()};
     return nullptr;
 }
 
+Found MeasureOnThread(pthread_attr_t& attributes) {
+    pthread_t thread;
+    Found found{};
+    EXPECT_EQ(pthread_create(&thread, &attributes, &Measure, &found), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    return found;
 }
 
-TEST(StackBounds, ThreadsOfAnyStackSize) {
-    for (size_t size : {size_t(PTHREAD_STACK_MIN) + 128 * 1024, size_t(1) << 20, size_t(16) << 20}) {
-        SCOPED_TRACE(size);
+}
+
+TEST(StackBounds, LowestIsTheBeginningOfTheThreadsStack) {
+    for (size_t size : {size_t(1) << 20, size_t(16) << 20}) {
+        void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+        ASSERT_NE(memory, MAP_FAILED);
         pthread_attr_t attributes;
         pthread_attr_init(&attributes);
-        ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
-        pthread_t thread;
-        Found found{};
-        ASSERT_EQ(pthread_create(&thread, &attributes, &Measure, &found), 0);
-        pthread_join(thread, nullptr);
-        pthread_attr_destroy(&attributes);
-        EXPECT_LE(found.below, size);
-        EXPECT_GT(found.below, size / 2);
+        ASSERT_EQ(pthread_attr_setstack(&attributes, memory, size), 0);
+        const Found found = MeasureOnThread(attributes);
+        EXPECT_EQ(found.lowest, reinterpret_cast<uintptr_t>(memory));
         EXPECT_LT(found.usable, size);
-        EXPECT_GT(found.usable, size / 4);
+        EXPECT_GT(found.usable, size / 8);
+        munmap(memory, size);
     }
+}
+
+TEST(StackBounds, SmallStackKeepsAQuarterInReserve) {
+    const size_t size = size_t(PTHREAD_STACK_MIN) + 96 * 1024;
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
+    EXPECT_GT(MeasureOnThread(attributes).usable, size / 4);
 }
 
 TEST(StackBounds, MainThreadsStackCountsAsFarAsItMayGrow) {

@@ -134,9 +134,10 @@ void* ThreadObject::Main(void* record) {
     sigemptyset(&control);
     sigaddset(&control, ControlSignal());
     pthread_sigmask(SIG_UNBLOCK, &control, nullptr);
-    __atomic_store_n(&self->m_id, CurrentThreadId(), __ATOMIC_RELEASE);
+    const uint32_t id = CurrentThreadId();
+    if (__atomic_load_n(&s_nicenessUsed, __ATOMIC_RELAXED)) self->ApplyPriority(id);   // the creator's was inherited
+    __atomic_store_n(&self->m_id, id, __ATOMIC_RELEASE);
     FutexWake(&self->m_id);
-    if (__atomic_load_n(&s_nicenessUsed, __ATOMIC_RELAXED)) self->ApplyPriority();     // the creator's was inherited
     self->m_hook = __atomic_load_n(&s_hook, __ATOMIC_ACQUIRE);
     if (self->m_hook != nullptr) self->m_hooked = self->m_hook->begin();
     self->End(self->m_entry(self->m_argument));
@@ -311,15 +312,15 @@ bool ThreadObject::SetPriority(int priority) noexcept {
     SectionLock lock(m_section);
     m_priority = priority;
     __atomic_store_n(&s_nicenessUsed, true, __ATOMIC_RELAXED);
-    if (Now() == Running && m_process == getpid()) ApplyPriority();
+    if (Now() == Running && m_process == getpid()) ApplyPriority(m_id);
     return true;
 }
 
-void ThreadObject::ApplyPriority() noexcept {
+void ThreadObject::ApplyPriority(uint32_t id) noexcept {
     int niceness = 0;
     if (!NicenessOf(m_priority, niceness) || !MayRaisePriority()) return;
     const int own = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
-    setpriority(PRIO_PROCESS, m_id, own + niceness);
+    setpriority(PRIO_PROCESS, id, own + niceness);
 }
 
 Handle ThreadCreate(ThreadEntry entry, void* argument, uint32_t* id) noexcept {

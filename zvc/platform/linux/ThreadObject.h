@@ -57,7 +57,7 @@ private:
     void Publish(State state) noexcept;
     void Collect() noexcept;
     void WaitUntilStill(uint32_t generation) noexcept;
-    void ApplyPriority() noexcept;
+    void ApplyPriority(uint32_t id) noexcept;
     State Now() const noexcept { return static_cast<State>(__atomic_load_n(&m_state, __ATOMIC_ACQUIRE)); }
 
     uint32_t m_state = Running;               // futex
