@@ -1,50 +1,70 @@
 #include "zvc/core/ZvConstructor.h"
 
 #include <cstdarg>
+#include <utility>
 
 ZV_DEFINE_CLASS(ZvConstructor, (ZvObject), .spec = ZvType::SpecConstructor)
 
 namespace zvc::detail {
 
-std::vector<ZvType$> SignatureOf(const ZvArguments$& args) {
-    std::vector<ZvType$> types;
-    if (!args) return types;
-    for (unsigned long long i = 0; i < args->Count(); ++i) {
-        ZvObject* argument = (*args)[i].Get();
-        ZvType* type = argument->GetType();
-        types.emplace_back(type == &ZvType::s_type ? static_cast<ZvType*>(argument) : type);
-    }
-    return types;
+Signature::Signature(const Signature& other) : m_types(other.m_types), m_counted(other.m_counted) {
+    if (!m_counted) return;
+    for (ZvType* type : m_types)
+        if (type != nullptr) type->Retain();
 }
 
-size_t HashSignature(size_t h, const std::vector<ZvType$>& parameters) {
-    h = (h * 16777619) ^ parameters.size();
-    for (const ZvType$& t : parameters) h = (h * 16777619) ^ t->GetHashCode();
-    return h;
+Signature& Signature::operator=(Signature other) {
+    std::swap(m_types, other.m_types);
+    std::swap(m_counted, other.m_counted);
+    return *this;
+}
+
+Signature::~Signature() {
+    if (!m_counted) return;
+    for (ZvType* type : m_types)
+        if (type != nullptr) type->Release();
+}
+
+void Signature::Add(ZvType* type) {
+    m_types.push_back(type);
+    if (m_counted && type != nullptr) type->Retain();
+}
+
+void Signature::AddArguments(const ZvArguments$& args) {
+    if (!args) return;
+    const unsigned long long count = args->Count();
+    m_types.reserve(m_types.size() + count);
+    for (unsigned long long i = 0; i < count; ++i) {
+        ZvObject* argument = (*args)[i].Get();
+        ZvType* type = argument != nullptr ? argument->GetType() : nullptr;
+        Add(type == &ZvType::s_type ? static_cast<ZvType*>(argument) : type);
+    }
 }
 
 }
 
 ZvConstructor::ZvConstructor() = default;
-ZvConstructor::ZvConstructor(std::vector<ZvType$> parameters) : m_parameters(std::move(parameters)) {}
-ZvConstructor::ZvConstructor(const ZvArguments$& args) : m_parameters(zvc::detail::SignatureOf(args)) {}
 ZvConstructor::~ZvConstructor() = default;
 
-ZvConstructor::ZvConstructor(int count, ...) {
+ZvConstructor::ZvConstructor(int count, ...) : m_parameters(std::initializer_list<ZvType*>{}) {
     va_list kinds;
     va_start(kinds, count);
-    for (int i = 0; i < count; ++i) m_parameters.emplace_back(ZvValue::FindType(static_cast<ZvValueType>(va_arg(kinds, int))));
+    for (int i = 0; i < count; ++i) m_parameters.Add(ZvValue::FindType(static_cast<ZvValueType>(va_arg(kinds, int))));
     va_end(kinds);
     ZvObject::Retain();
 }
+
+ZvConstructor::ZvConstructor(std::initializer_list<ZvType*> parameters) : m_parameters(parameters) { ZvObject::Retain(); }
+
+ZvConstructor::ZvConstructor(const ZvArguments$& args) { m_parameters.AddArguments(args); }
 
 ZvObject* ZvConstructor::Create(ZvArguments$&) { return nullptr; }
 
 bool ZvConstructor::operator==(const ZvConstructor& other) const { return m_parameters == other.m_parameters; }
 
 size_t ZvConstructor::GetHashCode() const {
-    size_t h = zvc::detail::SignatureHashStart ^ m_parameters.size();
-    for (const ZvType$& t : m_parameters) h = (h * 16777619) ^ t->GetHashCode();
+    size_t h = zvc::detail::SignatureHashStart ^ m_parameters.Count();
+    for (size_t i = 0; i < m_parameters.Count(); ++i) h = zvc::detail::Signature::Fold(h, m_parameters[i]);
     return h;
 }
 

@@ -17,5 +17,5 @@ public:
     virtual ZvObjRef$ CreateObjRef();
 
 protected:
-    ZvObject$ m_objRef;              // a ZvObjRef, null until it is first needed
+    ZvObjRef$ m_objRef;              // null until it is first needed
 };

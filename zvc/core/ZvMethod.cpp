@@ -12,37 +12,49 @@ ZvMethod::ZvMethod() = default;
 ZvMethod::~ZvMethod() = default;
 
 ZvMethod::ZvMethod(ZvType* owner, const char* name, ZvValueType result, int count, ...)
-    : m_owner(owner), m_name($L(name)), m_result(ZvValue::FindType(result)) {
+    : m_owner(owner), m_name($L(name)), m_types{ZvValue::FindType(result)} {
     va_list entries;
     va_start(entries, count);
     for (int i = 0; i < count; ++i) {
-        m_parameters.emplace_back(ZvValue::FindType(static_cast<ZvValueType>(va_arg(entries, int))));
+        m_types.Add(ZvValue::FindType(static_cast<ZvValueType>(va_arg(entries, int))));
         m_names.emplace_back(new ZvString(va_arg(entries, const char*)));
     }
     va_end(entries);
     ZvObject::Retain();
 }
 
-ZvMethod::ZvMethod(ZvType* owner, const char* name, ZvType* result, std::vector<ZvType$> parameters, std::vector<ZvString$> names)
-    : m_owner(owner), m_name($L(name)), m_result(result), m_parameters(std::move(parameters)), m_names(std::move(names)) {
+ZvMethod::ZvMethod(ZvType* owner, const char* name, std::initializer_list<ZvType*> resultAndParameters,
+                   std::initializer_list<const char*> names)
+    : m_owner(owner), m_name($L(name)), m_types(resultAndParameters) {
+    for (const char* parameter : names) m_names.emplace_back(new ZvString(parameter));
     ZvObject::Retain();
 }
 
-ZvMethod::ZvMethod(const ZvString$& name, ZvType* result, const ZvArguments$& args)
-    : m_name(name), m_result(result), m_parameters(zvc::detail::SignatureOf(args)) {}
+ZvMethod::ZvMethod(const ZvString$& name, ZvType* result, const ZvArguments$& args) : m_name(name) {
+    m_types.Add(result);
+    m_types.AddArguments(args);
+}
+
+ZvString$ ZvMethod::ParameterName(int index) const {
+    return static_cast<size_t>(index) < m_names.size() ? m_names[static_cast<size_t>(index)] : ZvString$();
+}
 
 ZvObjRef$ ZvMethod::CreateObjRef() { return ZvMarshalByRefObject::CreateObjRef(); }
 
 void ZvMethod::Invoke(ZvObject*, ZvValue$&, ZvArguments$&) {}
 
 bool ZvMethod::operator==(const ZvMethod& other) const {
-    return *m_name == *other.m_name && m_result == other.m_result && m_parameters == other.m_parameters;
+    const bool sameName = m_name && other.m_name ? *m_name == *other.m_name : m_name == other.m_name;
+    return sameName && m_types == other.m_types;
 }
 
 size_t ZvMethod::GetHashCode() const {
-    size_t h = zvc::detail::SignatureHashStart ^ m_name->GetHashCode();
-    h = (h * 16777619) ^ m_result->GetHashCode();
-    return zvc::detail::HashSignature(h, m_parameters);
+    using zvc::detail::Signature;
+    size_t h = zvc::detail::SignatureHashStart ^ (m_name ? m_name->GetHashCode() : 0);
+    h = Signature::Fold(h, ReturnType());
+    h = (h * zvc::detail::SignatureHashPrime) ^ static_cast<size_t>(Count());
+    for (int i = 0; i < Count(); ++i) h = Signature::Fold(h, ParameterType(i));
+    return h;
 }
 
 bool ZvMethod::Equals(const ZvObject* other) const {
@@ -53,32 +65,35 @@ bool ZvMethod::Equals(const ZvObject* other) const {
 
 void ZvMethod::Encode(ZvStream$& stream, ZvCoder* coder) const {
     coder->Write(stream, static_cast<const ZvObject$&>(m_name));
-    coder->Write(stream, static_cast<const ZvObject$&>(m_result));
-    coder->Write(stream, static_cast<unsigned int>(m_parameters.size()));
-    for (size_t i = 0; i < m_parameters.size(); ++i) {
-        coder->Write(stream, static_cast<const ZvObject$&>(m_parameters[i]));
-        coder->Write(stream, i < m_names.size() ? ZvObject$(m_names[i]) : ZvObject$());
+    coder->Write(stream, ZvObject$(ReturnType()));
+    coder->Write(stream, static_cast<unsigned int>(Count()));
+    for (int i = 0; i < Count(); ++i) {
+        coder->Write(stream, ZvObject$(ParameterType(i)));
+        coder->Write(stream, ZvObject$(ParameterName(i)));
     }
 }
 
 void ZvMethod::Decode(ZvStream$& stream, ZvCoder* coder) {
-    ZvObject$ name, result;
+    ZvObject$ name;
     coder->Read(stream, name);
-    coder->Read(stream, result);
+    zvc::detail::Signature types;
+    const auto readType = [&] {
+        ZvObject$ type;
+        coder->Read(stream, type);
+        types.Add(ZvType$(type).Get());
+    };
+    readType();
     unsigned int count = 0;
     coder->Read(stream, count);
-    std::vector<ZvType$> parameters;
-    std::vector<ZvString$> names;
+    std::vector<ZvString$> names;                // grows as parameters arrive: the count is only a claim
     for (; count != 0; --count) {
-        ZvObject$ type, parameterName;
-        coder->Read(stream, type);
-        coder->Read(stream, parameterName);
-        parameters.emplace_back(type);
-        names.emplace_back(parameterName);
+        readType();
+        ZvObject$ parameter;
+        coder->Read(stream, parameter);
+        names.emplace_back(parameter);
     }
     m_name = name;
-    m_result = result;
-    m_parameters = std::move(parameters);
+    m_types = types;
     m_names = std::move(names);
 }
 

@@ -23,35 +23,43 @@ public:
 
     /// The same name, result and parameter types. Parameter names, owner and class play no part.
     bool operator==(const ZvMethod& other) const;
+    /// From the addresses of the descriptors: valid within one process only.
     size_t GetHashCode() const override;
     bool Equals(const ZvObject* other) const override;
 
+    /// Name, result and parameters, without the owner.
     void Encode(ZvStream$& stream, ZvCoder* coder) const override;
     void Decode(ZvStream$& stream, ZvCoder* coder) override;
 
-    ZvString$ Name() const { return m_name; }
-    ZvType* ReturnType() const { return m_result.Get(); }
-    int Count() const { return static_cast<int>(m_parameters.size()); }
+    ZvType* Owner() const { return m_owner; }                ///< the declaring class; null in a search key
+    const ZvString$& Name() const { return m_name; }
+    ZvType* ReturnType() const { return m_types.Count() != 0 ? m_types[0] : nullptr; }
+    int Count() const { return m_types.Count() != 0 ? static_cast<int>(m_types.Count() - 1) : 0; }
+    /// index is from 0 and below Count. A search key has no names: null.
+    ZvType* ParameterType(int index) const { return m_types[static_cast<size_t>(index) + 1]; }
+    ZvString$ ParameterName(int index) const;
 
 protected:
-    ZvMethod(ZvType* owner, const char* name, ZvType* result, std::vector<ZvType$> parameters, std::vector<ZvString$> names);
+    /// For static tables, with the descriptors of the result and the parameters. Retains itself once.
+    ZvMethod(ZvType* owner, const char* name, std::initializer_list<ZvType*> resultAndParameters,
+             std::initializer_list<const char*> names);
 
 private:
     ZvType* m_owner = nullptr;
     ZvString$ m_name;
-    ZvType$ m_result;
-    std::vector<ZvType$> m_parameters;
+    zvc::detail::Signature m_types;          // the result first; empty in an empty method
     std::vector<ZvString$> m_names;          // empty in a search key
 };
 
-/// The methods that a class declares: a static table that ends with null.
+/// The methods that a class declares: a static table that ends with null, which is counted and not copied.
 class ZV_API ZvMethodMap {
 public:
     explicit ZvMethodMap(ZvMethod$* table);
+    /// Leaves each entry to the static handle alone.
     virtual ~ZvMethodMap();
     ZvMethodMap(const ZvMethodMap&) = delete;
     ZvMethodMap& operator=(const ZvMethodMap&) = delete;
-    ZvMethod$* GetMethods() { return m_table; }
+    ZvMethod$* GetMethods() const { return m_table; }
     unsigned int GetNumMethod() const { return m_count; }
 
 private:

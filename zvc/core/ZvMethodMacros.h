@@ -6,9 +6,12 @@
 //     ZV_CONSTRUCTORS(Mesh, ZV_CONSTRUCTOR(), ZV_CONSTRUCTOR(int, double))
 //
 // Parameter and result types are deduced from the C++ signature; const T& counts as T. A value kind stands for its box, and
-// an argument is such a box; ZvObject$ is the value kind of object references ("ZvObjectRef"); any other handle X$ stands for
-// X::s_type, and an argument is the object itself. A method without a result answers with null, one that returns a handle
-// with a box of kind object reference. Arguments of a wrong number or class make a null answer.
+// an argument is such a box; ZvObject$ is the value kind of object references ("ZvObjectRef"); any other handle X$, on an
+// object or an interface, stands for X::s_type, and an argument is the object itself, or null. A method without a result
+// answers with null, one that returns a handle with a box of kind object reference.
+//
+// Find and Construct compare the types exactly. Invoke and Create themselves take what can be converted; where arguments are
+// missing, too many or of a wrong class, or the target is no such object, nothing is called and the answer is null.
 
 #include "zvc/core/ZvMethod.h"
 #include "zvc/values/ZvPrimitive.h"
@@ -20,78 +23,81 @@
 
 namespace zvc::detail {
 
-template <class T> constexpr bool IsHandleParameter = std::is_base_of_v<ZvObject$, T> && !std::is_same_v<T, ZvObject$>;
 template <class T> using Plain = std::remove_cv_t<std::remove_reference_t<T>>;
 
-/// The class that a handle class refers to.
-template <class Handle> using Referred = Plain<decltype(*std::declval<Handle>())>;
+/// ZvInterface$ and ZvInterface* have a box, though no kind that finds it.
+template <class T> constexpr bool IsInterfaceBox = std::is_same_v<T, ZvInterface$> || std::is_same_v<T, ZvInterface*>;
+template <class T> constexpr bool IsBoxed = KindNumber<T> != ZvVtInterface || IsInterfaceBox<T>;
+/// The boxes of references are taken as they are, and not converted: a pointer is not told from another by its kind.
+template <class T> constexpr bool IsReferenceBox =
+    IsInterfaceBox<T> || std::is_same_v<T, ZvObject$> || std::is_same_v<T, ZvObject*>;
+/// A handle on a class or interface of its own.
+template <class T> constexpr bool IsClassHandle =
+    (std::is_base_of_v<ZvObject$, T> || std::is_base_of_v<ZvInterface$, T>) && !IsReferenceBox<T>;
 
+/// A parameter's type, as a C++ signature may have it.
+template <class T> constexpr bool IsParameter =
+    (IsBoxed<Plain<T>> || IsClassHandle<Plain<T>>) &&
+    (!std::is_reference_v<T> || (std::is_lvalue_reference_v<T> && std::is_const_v<std::remove_reference_t<T>>));
+template <class T> constexpr bool IsResult = std::is_void_v<T> || IsBoxed<Plain<T>> || IsClassHandle<Plain<T>>;
+
+/// The descriptor that stands for a parameter or a result.
 template <class T>
-ZvType* ParameterType() {
+ZvType* SignatureType() {
     using P = Plain<T>;
-    if constexpr (std::is_void_v<P>) {
+    if constexpr (std::is_void_v<P>)
         return &ZvVoid::s_type;
-    } else if constexpr (IsHandleParameter<P>) {
-        return &Referred<P>::s_type;
-    } else {
-        static_assert(KindNumber<P> != ZvVtInterface, "ZV_METHOD, ZV_CONSTRUCTOR: this type cannot be a reflected parameter or result");
-        static_assert(!std::is_lvalue_reference_v<T> || std::is_const_v<std::remove_reference_t<T>>,
-                      "ZV_METHOD, ZV_CONSTRUCTOR: a reflected parameter is a value or a reference to const");
+    else if constexpr (IsClassHandle<P>)
+        return &Plain<decltype(*std::declval<P>())>::s_type;
+    else
         return &ZvPrimitive<P>::s_type;
-    }
 }
 
 /// Unpacks one argument. False when it is no such thing.
 template <class P>
-bool Unpack(const ZvObject$& argument, P& value) {
-    if constexpr (IsHandleParameter<P>) {
-        value = P(argument);
-        return static_cast<bool>(value) || !argument;
+bool Unpack(ZvObject* argument, P& value) {
+    if constexpr (IsClassHandle<P>) {
+        value = P(ZvObject$(argument));
+        return argument == nullptr || static_cast<bool>(value);
     } else {
-        const ZvValue$ box = argument;
-        return box && box->GetValue(&value, KindNumber<P>, 0);
+        if (argument == nullptr) return false;
+        if (argument->GetType() == &ZvPrimitive<P>::s_type) {
+            value = static_cast<ZvPrimitive<P>*>(argument)->value;
+            return true;
+        }
+        if (IsReferenceBox<P> || !argument->IsKindOf(&ZvValue::s_type)) return false;
+        const auto* box = static_cast<ZvValue*>(argument);
+        return box->Count() != 0 && box->GetValue(&value, KindNumber<P>, 0);
     }
 }
 
 template <class Tuple, size_t... I>
-bool UnpackAll(const ZvArguments$& args, Tuple& values, std::index_sequence<I...>) {
+bool UnpackAll(const ZvArguments$& args, [[maybe_unused]] Tuple& values, std::index_sequence<I...>) {
     const unsigned long long count = args ? args->Count() : 0;
-    return count == sizeof...(I) && (Unpack((*args)[I], std::get<I>(values)) && ...);
+    return count == sizeof...(I) && (Unpack((*args)[I].Get(), std::get<I>(values)) && ...);
 }
 
-template <class Owner, class Method, class Result, class... Parameters>
+template <class Target, class Method, class Result, class... Parameters>
 class MethodEntry : public ZvMethod {
 public:
-    template <class... Names>
-    MethodEntry(ZvType* owner, const char* name, Method method, Names... names)
-        : ZvMethod(owner, name, ResultType(), {ZvType$(ParameterType<Parameters>())...}, {ZvString$(new ZvString(names))...}),
-          m_method(method) {
-        static_assert(sizeof...(Names) == sizeof...(Parameters), "ZV_METHOD: one name for each parameter");
-    }
+    MethodEntry(const char* name, Method method, std::initializer_list<const char*> names)
+        : ZvMethod(&Target::s_type, name, {SignatureType<Result>(), SignatureType<Parameters>()...}, names), m_method(method) {}
 
     void Invoke(ZvObject* target, ZvValue$& result, ZvArguments$& args) override {
         result = ZvValue$();
+        if (target == nullptr || !target->IsKindOf(&Target::s_type)) return;
         std::tuple<Plain<Parameters>...> values{};
-        if (target == nullptr || !target->IsKindOf(&Owner::s_type)) return;
         if (!UnpackAll(args, values, std::index_sequence_for<Parameters...>())) return;
-        std::apply([&](auto&... value) { Call(static_cast<Owner*>(target), result, value...); }, values);
+        std::apply([&](const auto&... value) { Call(static_cast<Target*>(target), result, value...); }, values);
     }
 
 private:
-    static ZvType* ResultType() {
-        using R = Plain<Result>;
-        if constexpr (IsHandleParameter<R>)
-            return &Referred<R>::s_type;
-        else
-            return ParameterType<Result>();
-    }
-
     template <class... Values>
-    void Call(Owner* target, ZvValue$& result, Values&... values) {
+    void Call(Target* target, ZvValue$& result, const Values&... values) {
         using R = Plain<Result>;
         if constexpr (std::is_void_v<R>)
             (target->*m_method)(values...);
-        else if constexpr (IsHandleParameter<R>)
+        else if constexpr (IsClassHandle<R>)
             result = new ZvPrimitive<ZvObject$>(ZvObject$((target->*m_method)(values...)));
         else
             result = new ZvPrimitive<R>((target->*m_method)(values...));
@@ -100,27 +106,47 @@ private:
     Method m_method;
 };
 
-template <class Owner, class Result, class... Parameters, class... Names>
-ZvMethod* MakeMethod(ZvType* owner, const char* name, Result (Owner::*method)(Parameters...), Names... names) {
-    return new MethodEntry<Owner, decltype(method), Result, Parameters...>(owner, name, method, names...);
+template <class Owner, class Method, class Result, class... Parameters, class... Names>
+ZvMethod* MakeEntry(const char* name, Method method, Names... names) {
+    constexpr bool parametersFit = (IsParameter<Parameters> && ...);
+    constexpr bool named = sizeof...(Names) == sizeof...(Parameters);
+    static_assert(parametersFit, "ZV_METHOD: a parameter is a value kind or a handle, by value or by reference to const");
+    static_assert(IsResult<Result>, "ZV_METHOD: a result is void, a value kind or a handle");
+    static_assert(named, "ZV_METHOD: one name for each parameter");
+    if constexpr (parametersFit && IsResult<Result> && named)
+        return new MethodEntry<Owner, Method, Result, Parameters...>(name, method, {names...});
+    else
+        return nullptr;
 }
 
-template <class Owner, class Result, class... Parameters, class... Names>
-ZvMethod* MakeMethod(ZvType* owner, const char* name, Result (Owner::*method)(Parameters...) const, Names... names) {
-    return new MethodEntry<Owner, decltype(method), Result, Parameters...>(owner, name, method, names...);
+/// Owner is the class of the table; the method may come from a base that is not reflected.
+template <class Owner, class Class, class Result, class... Parameters, class... Names>
+ZvMethod* MakeMethod(const char* name, Result (Class::*method)(Parameters...), Names... names) {
+    return MakeEntry<Owner, decltype(method), Result, Parameters...>(name, method, names...);
+}
+
+template <class Owner, class Class, class Result, class... Parameters, class... Names>
+ZvMethod* MakeMethod(const char* name, Result (Class::*method)(Parameters...) const, Names... names) {
+    return MakeEntry<Owner, decltype(method), Result, Parameters...>(name, method, names...);
+}
+
+template <class Owner, class Function, class... Names>
+    requires(!std::is_member_function_pointer_v<Function>)
+ZvMethod* MakeMethod(const char*, Function, Names...) {
+    static_assert(std::is_void_v<Function>, "ZV_METHOD: a method is a member function, and not static");
+    return nullptr;
 }
 
 template <class Maker, class... Parameters>
 class ConstructorEntry : public ZvConstructor {
 public:
-    explicit ConstructorEntry(Maker make) : ZvConstructor(std::vector<ZvType$>{ZvType$(ParameterType<Parameters>())...}), m_make(make) {
-        ZvObject::Retain();
-    }
+    explicit ConstructorEntry(Maker make)
+        : ZvConstructor(std::initializer_list<ZvType*>{SignatureType<Parameters>()...}), m_make(make) {}
 
     ZvObject* Create(ZvArguments$& args) override {
         std::tuple<Plain<Parameters>...> values{};
         if (!UnpackAll(args, values, std::index_sequence_for<Parameters...>())) return nullptr;
-        return std::apply(m_make, values);
+        return std::apply(m_make, std::as_const(values));
     }
 
 private:
@@ -129,14 +155,20 @@ private:
 
 template <class... Parameters, class Maker>
 ZvConstructor* MakeConstructor(Maker make) {
-    return new ConstructorEntry<Maker, Parameters...>(make);
+    constexpr bool parametersFit = (IsParameter<Parameters> && ...);
+    static_assert(parametersFit, "ZV_CONSTRUCTOR: a parameter is a value kind or a handle, by value or by reference to const");
+    if constexpr (parametersFit)
+        return new ConstructorEntry<Maker, Parameters...>(make);
+    else
+        return nullptr;
 }
 
 }
 
-#define ZV_METHOD(method, ...) zvc::detail::MakeMethod(&s_type, #method, &Self::method __VA_OPT__(, ) __VA_ARGS__)
+/// One method and the names of its parameters. The method must not be overloaded.
+#define ZV_METHOD(method, ...) zvc::detail::MakeMethod<Self>(#method, &Self::method __VA_OPT__(, ) __VA_ARGS__)
 
-/// Defines Class::GetMethodMap().
+/// Defines Class::GetMethodMap(). The list may be empty.
 #define ZV_METHODS(Class, ...)                                                      \
     ZvMethodMap* Class::GetMethodMap() {                                            \
         using Self [[maybe_unused]] = Class;                                        \
@@ -145,15 +177,16 @@ ZvConstructor* MakeConstructor(Maker make) {
         return &s_map;                                                              \
     }
 
+/// One constructor by the types of its parameters.
 #define ZV_CONSTRUCTOR(...)                        \
     zvc::detail::MakeConstructor<__VA_ARGS__>(     \
         [](const auto&... values) -> ZvObject* { return new Self(values...); })
 
-/// Defines Class::GetConstructorMap().
-#define ZV_CONSTRUCTORS(Class, ...)                                                           \
-    ZvConstructorMap* Class::GetConstructorMap() {                                            \
-        using Self [[maybe_unused]] = Class;                                                  \
+/// Defines Class::GetConstructorMap(). The list may be empty.
+#define ZV_CONSTRUCTORS(Class, ...)                                                             \
+    ZvConstructorMap* Class::GetConstructorMap() {                                              \
+        using Self [[maybe_unused]] = Class;                                                    \
         static ZvConstructor$ s_constructors[] = {__VA_ARGS__ __VA_OPT__(, ) ZvConstructor$()}; \
-        static ZvConstructorMap s_map(s_constructors);                                        \
-        return &s_map;                                                                        \
+        static ZvConstructorMap s_map(s_constructors);                                          \
+        return &s_map;                                                                          \
     }

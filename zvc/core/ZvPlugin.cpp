@@ -9,7 +9,9 @@
 #include "zvc/values/ZvArrayList.h"
 #include "zvc/values/ZvDictionary.h"
 
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 ZV_DEFINE_CLASS(ZvPlugin, (ZvObject), ZV_TABLES)
 ZV_FIELDS(ZvPlugin)
@@ -41,17 +43,32 @@ ZvPlugin::ZvPlugin(const char* path) : m_handle(zvc::platform::LoadModule(path))
     }
     m_name = $L(m_module->name);
     for (ZvType* t = m_module->types; t != nullptr; t = t->NextInModule()) m_types->operator[](t->GetName()) = ZvObject$(t);
+    // Should init throw, the library stays mapped: the exception's own code may lie in it.
     if (m_module->init != nullptr) m_module->init();
+    // Registered behind the destructors of the plug-in's statics, and so run ahead of them.
+    std::atexit(&EndAll);
 }
 
 ZvPlugin::~ZvPlugin() {
     if (m_handle != nullptr) {
-        m_closing = true;
-        m_types = ZvDictionary$();
-        if (m_module != nullptr && m_module->term != nullptr) m_module->term();
+        m_closing = true;                            // the module record, which ends in FreeModule, finds us in the table
+        End();
         zvc::platform::FreeModule(m_handle);
     }
     m_name = ZvString$();
+}
+
+void ZvPlugin::End() {
+    if (m_ended) return;
+    m_ended = true;
+    m_types = ZvDictionary$();
+    if (m_module != nullptr && m_module->term != nullptr) m_module->term();
+}
+
+void ZvPlugin::EndAll() {
+    std::vector<ZvPlugin*> plugins;                  // a copy: a term may load what it needs
+    for (const auto& [name, plugin] : ZvSystemState::Get().plugins) plugins.push_back(plugin);
+    for (ZvPlugin* plugin : plugins) plugin->End();
 }
 
 void ZvPlugin::Close(ZvPlugin* plugin) { delete plugin; }
@@ -59,8 +76,7 @@ void ZvPlugin::Close(ZvPlugin* plugin) { delete plugin; }
 bool ZvPlugin::Abandon(ZvPlugin* plugin) {
     if (plugin->m_closing) return false;
     plugin->m_closing = true;
-    plugin->m_types = ZvDictionary$();
-    if (plugin->m_module != nullptr && plugin->m_module->term != nullptr) plugin->m_module->term();
+    plugin->End();
     plugin->m_handle = nullptr;
     delete plugin;
     return true;
@@ -71,7 +87,8 @@ void* ZvPlugin::GetSymbol(const char* symbol) { return zvc::platform::ModuleSymb
 
 ZvType* ZvPlugin::FindType(const ZvString$& typeName) {
     const ZvString$& key = typeName ? typeName : m_name;
-    if (const ZvType$ type = m_types->Find(key)) return type.Get();
+    if (m_types)
+        if (const ZvType$ type = m_types->Find(key)) return type.Get();
     return ZvSystem::FindType(key);
 }
 
@@ -87,6 +104,7 @@ ZvObject* ZvPlugin::Construct(const ZvString$& typeName, ZvArguments$& args) {
 
 ZvArrayList$ ZvPlugin::EnumerateTypes(ZvType* base) {
     ZvArrayList$ found = new ZvArrayList;
+    if (!m_types) return found;
     const ZvICollection$ values = m_types->Values();
     ZvIEnumerator$ e = values->GetEnumerator();
     while (e->HasNext()) {
@@ -99,7 +117,7 @@ ZvArrayList$ ZvPlugin::EnumerateTypes(ZvType* base) {
 ZvPlugin* ZvSystem::LoadPlugin(const ZvString$& name) {
     auto& plugins = ZvSystemState::Get().plugins;
     if (const auto found = plugins.find(name); found != plugins.end()) return found->second;
-    auto* plugin = new ZvPlugin(name->CStr());
+    auto* plugin = new ZvPlugin(name ? name->CStr() : "");
     // A plug-in loaded by its path stands under its module's name; one that is there already keeps its place.
     plugins.emplace(plugin->m_name, plugin);
     return plugin;

@@ -39,17 +39,23 @@ private:
     friend struct ZvSystemState;
     friend struct ZvModuleState;
 
-    /// Ends a plug-in of the table: term, then the library goes.
+    /// Deletes a plug-in: its types are released, term runs, the library goes.
     static void Close(ZvPlugin* plugin);
-    /// Called by a module record that ends. False when the plug-in is being closed already; otherwise term runs and the
-    /// object goes, and the library, whose code is running, stays.
+    /// Called by a module record that ends, from inside its library. False when the plug-in is in the middle of its deletion
+    /// already; otherwise term runs if it has not yet, the object goes, and the library, whose code is running, stays.
     static bool Abandon(ZvPlugin* plugin);
+    /// Runs when the process exits, ahead of the destructors of what the plug-ins brought: each that is in the table ends,
+    /// while all that its term works on is alive.
+    static void EndAll();
 
+    /// Releases the types and runs term; once.
+    void End();
     ZvType* FindType(const ZvString$& typeName);
 
     ZvString$ m_name;
     void* m_handle;
     ZvDictionary$ m_types;
     ZvModuleState* m_module = nullptr;
-    bool m_closing = false;
+    bool m_ended = false;
+    bool m_closing = false;              // the destructor is running
 };

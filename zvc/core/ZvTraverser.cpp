@@ -1,6 +1,8 @@
 #include "zvc/core/ZvTraverser.h"
 
+#include "zvc/core/ZvException.h"
 #include "zvc/core/ZvField.h"
+#include "zvc/platform/StackBounds.h"
 #include "zvc/values/ZvDictionary.h"
 #include "zvc/values/ZvHashSet.h"
 
@@ -10,9 +12,13 @@ ZvTraverser& ZvTraverser::operator=(const ZvTraverser& other) = default;
 ZvTraverser::~ZvTraverser() = default;
 
 void ZvTraverser::Traverse(ZvObject$& o) {
-    if (!o || m_visited->Contains(o)) return;
+    if (!o) return;
+    if (zvc::platform::StackIsLow()) throw ZvException("ZvTraverser: the graph is too deep for the stack");
+    const size_t seen = m_visited->Count();
     m_visited->Add(o);
-    if (const ZvIEnumeratable$ collection = o) {
+    if (m_visited->Count() == seen) return;
+    if (o->GetType()->CalcOffset(&ZvIEnumeratable::s_type) != ZvNoOffset) {
+        const ZvIEnumeratable$ collection = o;
         ZvIEnumerator$ e = collection->GetEnumerator();
         while (e->HasNext()) {
             ZvObject$ element = e->Next();

@@ -8,6 +8,9 @@
 /// A collection is walked through and never entered itself. The walk does not read the halted flag: OnEnter of a derived
 /// class asks IsHalted and answers false. It belongs to one thread; the objects are not locked. Exceptions of OnEnter and
 /// OnLeave unwind through the walk.
+///
+/// The recursion follows the depth of the graph. One that is too deep for the stack ends in a ZvException, as if OnEnter had
+/// raised it.
 class ZV_API ZvTraverser {
 public:
     ZvTraverser();

@@ -4,6 +4,7 @@
 #include "zvc/core/ZvField.h"
 #include "zvc/core/ZvMethod.h"
 #include "zvc/core/ZvSystem.h"
+#include "zvc/core/ZvSystemState.h"
 #include "zvc/values/ZvDictionary.h"
 #include "zvc/values/ZvPrimArray.h"
 #include "zvc/values/ZvString.h"
@@ -80,6 +81,9 @@ ZvType::ZvType(const ZvType& other)
 ZvType::~ZvType() {
     if (!m_registered) return;
     ZvSystem::UnregistType(this);
+    // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
+    if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
+        for (auto& [name, type] : ZvSystemState::Get().types) type->m_methodCache = ZvDictionary$();
     delete m_offsets;
 }
 
