@@ -107,6 +107,25 @@ private:
         if (t == "GOpen") GOpen$(o)->v = j["v"];
         if (const ZvValue$ box = o; box && j.contains("v")) FillBox(box, j["v"]);
         FillVector(o, j);
+        FillSmall(o, j);
+    }
+
+    void FillSmall(const ZvObject$& o, const Json& j) {
+        if (o->IsKindOf(&ZvEnum::s_type)) {
+            auto* e = static_cast<ZvEnum*>(o.Get());
+            for (const Json& c : j["candidates"]) e->AddCandidate(Make(c));
+            e->Select(j["selection"].get<size_t>());
+        }
+        if (o->IsKindOf(&ZvData::s_type)) {
+            const std::string bytes = FromHex(j["bytes"]);
+            static_cast<ZvData*>(o.Get())->AddValue(bytes.size(), bytes.data());
+        }
+        if (o->IsKindOf(&ZvDateTime::s_type)) {
+            auto* d = static_cast<ZvDateTime*>(o.Get());
+            const auto member = [&](const char* name) { return j[name].get<int>(); };
+            *d = ZvDateTime(member("day"), member("month"), member("year"), member("hour"), member("minute"),
+                            Scalar<double>(j["second"]), member("zone"), j["dst"].get<bool>());
+        }
     }
 
     template <class T>
