@@ -3,6 +3,7 @@
 #include "zvc/platform/linux/Futex.h"
 #include "zvc/platform/linux/ThreadObject.h"
 
+#include <limits>
 #include <linux/capability.h>
 #include <new>
 #include <sched.h>
@@ -373,9 +374,9 @@ uint32_t CurrentThreadId() noexcept { return static_cast<uint32_t>(syscall(SYS_g
 
 void SleepFor(uint32_t milliseconds) noexcept {
     if (milliseconds == 0) return YieldOnce();
-    timespec at;
-    const timespec* deadline = Deadline(milliseconds, at);
-    for (uint32_t never = 0; FutexWait(&never, 0, deadline) == 0 || errno != ETIMEDOUT;) {}
+    timespec at{std::numeric_limits<time_t>::max(), 0};
+    Deadline(milliseconds, at);
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &at, nullptr) == EINTR) {}
 }
 
 void YieldOnce() noexcept { sched_yield(); }
