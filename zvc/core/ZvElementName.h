@@ -1,40 +1,62 @@
 #pragma once
 
-// The names of element types in the names of template instances, as they travel in files: scalars and classes as 64-bit
-// Win32 compilers spell them, the same on every platform and compiler. Internal; not for clients.
+// How element types are spelled in the run-time names of template instances. The names travel in files, so that they are
+// the same on every platform: scalars and classes as 64-bit Win32 compilers spell them. Internal; not for clients.
 
-#define ZV_FOR_EACH_ELEMENT_NAME(X)                          \
-    X("bool", bool)                                          \
-    X("char", char)                                          \
-    X("unsigned char", unsigned char)                        \
-    X("short", short)                                        \
-    X("unsigned short", unsigned short)                      \
-    X("int", int)                                            \
-    X("unsigned int", unsigned int)                          \
-    X("__int64", long long)                                  \
-    X("unsigned __int64", unsigned long long)                \
-    X("float", float)                                        \
-    X("double", double)                                      \
-    X("struct CG::vec2<int> ", CG::vec2<int>)                \
-    X("struct CG::vec2<float> ", CG::vec2<float>)            \
-    X("struct CG::vec2<double> ", CG::vec2<double>)          \
-    X("struct CG::vec3<float> ", CG::vec3<float>)            \
-    X("struct CG::vec3<double> ", CG::vec3<double>)          \
-    X("struct CG::vec4<float> ", CG::vec4<float>)            \
-    X("struct CG::vec4<double> ", CG::vec4<double>)          \
-    X("struct CG::mat3<float> ", CG::mat3<float>)            \
-    X("struct CG::mat3<double> ", CG::mat3<double>)          \
-    X("struct CG::mat4<float> ", CG::mat4<float>)            \
-    X("struct CG::mat4<double> ", CG::mat4<double>)          \
-    X("struct CG::rotation<float> ", CG::rotation<float>)    \
-    X("struct CG::rotation<double> ", CG::rotation<double>)  \
-    X("struct zvcolor", zvcolor)                             \
-    X("class ZvObject$", ZvObject$)                          \
-    X("class ZvObject *", ZvObject*)
+#include "zvc/imaging/zvcolor.h"
+#include "zvc/values/CG.h"
 
-/// Those that single fields have beyond them.
-#define ZV_FOR_EACH_SINGLE_FIELD_NAME(X)                     \
-    X("struct CG::vec3<int> ", CG::vec3<int>)                \
-    X("struct CG::vec4<int> ", CG::vec4<int>)                \
-    X("class ZvInterface$", ZvInterface$)                    \
-    X("class ZvInterface *", ZvInterface*)
+#include <string>
+
+class ZvInterface;
+class ZvInterface$;
+class ZvObject;
+class ZvObject$;
+
+namespace zvc::detail {
+
+template <class T> inline constexpr const char* ElementName = nullptr;
+template <> inline constexpr const char* ElementName<bool> = "bool";
+template <> inline constexpr const char* ElementName<char> = "char";
+template <> inline constexpr const char* ElementName<unsigned char> = "unsigned char";
+template <> inline constexpr const char* ElementName<short> = "short";
+template <> inline constexpr const char* ElementName<unsigned short> = "unsigned short";
+template <> inline constexpr const char* ElementName<int> = "int";
+template <> inline constexpr const char* ElementName<unsigned int> = "unsigned int";
+template <> inline constexpr const char* ElementName<long long> = "__int64";
+template <> inline constexpr const char* ElementName<unsigned long long> = "unsigned __int64";
+template <> inline constexpr const char* ElementName<float> = "float";
+template <> inline constexpr const char* ElementName<double> = "double";
+template <> inline constexpr const char* ElementName<CG::vec2<int>> = "struct CG::vec2<int>";
+template <> inline constexpr const char* ElementName<CG::vec2<float>> = "struct CG::vec2<float>";
+template <> inline constexpr const char* ElementName<CG::vec2<double>> = "struct CG::vec2<double>";
+template <> inline constexpr const char* ElementName<CG::vec3<int>> = "struct CG::vec3<int>";
+template <> inline constexpr const char* ElementName<CG::vec3<float>> = "struct CG::vec3<float>";
+template <> inline constexpr const char* ElementName<CG::vec3<double>> = "struct CG::vec3<double>";
+template <> inline constexpr const char* ElementName<CG::vec4<int>> = "struct CG::vec4<int>";
+template <> inline constexpr const char* ElementName<CG::vec4<float>> = "struct CG::vec4<float>";
+template <> inline constexpr const char* ElementName<CG::vec4<double>> = "struct CG::vec4<double>";
+template <> inline constexpr const char* ElementName<CG::mat3<float>> = "struct CG::mat3<float>";
+template <> inline constexpr const char* ElementName<CG::mat3<double>> = "struct CG::mat3<double>";
+template <> inline constexpr const char* ElementName<CG::mat4<float>> = "struct CG::mat4<float>";
+template <> inline constexpr const char* ElementName<CG::mat4<double>> = "struct CG::mat4<double>";
+template <> inline constexpr const char* ElementName<CG::rotation<float>> = "struct CG::rotation<float>";
+template <> inline constexpr const char* ElementName<CG::rotation<double>> = "struct CG::rotation<double>";
+template <> inline constexpr const char* ElementName<zvcolor> = "struct zvcolor";
+template <> inline constexpr const char* ElementName<ZvObject$> = "class ZvObject$";
+template <> inline constexpr const char* ElementName<ZvObject*> = "class ZvObject *";
+template <> inline constexpr const char* ElementName<ZvInterface$> = "class ZvInterface$";
+template <> inline constexpr const char* ElementName<ZvInterface*> = "class ZvInterface *";
+
+/// What the descriptor of the instance family<T> is constructed with. The descriptor cuts the first "class " away, so
+/// that it must stand in front of the family's name, and not within the brackets alone.
+template <class T>
+std::string InstanceName(const char* family) {
+    static_assert(ElementName<T> != nullptr, "this element type has no name in files");
+    std::string name = "class ";
+    name.append(family).append("<").append(ElementName<T>);
+    if (name.back() == '>') name += ' ';               // the old spelling of two closing brackets
+    return name += '>';
+}
+
+}

@@ -3,69 +3,84 @@
 #include "zvc/core/ZvDeclare.h"
 #include "zvc/values/ZvValueType.h"
 
-class ZvCoder;
 class ZvTraverser;
 
-/// One data member of a reflected class: where in an object its value lies, and of what kind it is. A field holds no value;
-/// it moves values in and out as boxes, and codes them. Fields do not change after construction; access to the object's
-/// member is not synchronised.
+/// One data member of a reflected class: where it lies in an object and what its type is. A field holds no value itself;
+/// it moves values in and out, boxed (GetValue, SetValue) or straight to a coder (Encode, Decode).
+///
+/// A field never changes once made. Access to the object's member is not synchronised: the caller holds the object's lock
+/// where it needs to. Nothing here raises but the coder.
 class ZV_API ZvField : public ZvObject {
     ZV_DECLARE_CLASS(ZvField)
 public:
     ~ZvField() override;
 
-    /// The member's value in a new box; a null handle when no box can be made.
+    /// address[0x%p] "%s.%s": the field's address, the owner's name and the field's.
+    ZvString$ ToString() const override;
+
+    using ZvObject::Decode;
+    using ZvObject::Encode;
+
+    /// A new box, or array, with the member's value; null when the value type has no factory.
     virtual ZvObject$ GetValue(const ZvObject* o) = 0;
-    /// Takes the value out of a box, converting it. A value of another class, kind or count is ignored.
+
+    /// Sets the member from a box, or array, which converts from its own kind. What is no ZvValue, or one of another
+    /// count, is ignored.
     virtual void SetValue(ZvObject* o, const ZvObject$& value) const = 0;
-    /// Follows the member, where it is an object handle.
+
+    /// This field's part of a walk over the objects behind o. Here: nothing.
     virtual void Traverse(ZvTraverser& traverser, ZvObject$& o);
-    /// The member's value through the coder, without name or tag.
+
+    /// The member's value through the coder, without a name or a tag around it.
     virtual void Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const = 0;
     virtual void Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) = 0;
+
+    /// The number of the value kind.
     virtual ZvValueType GetValueType() = 0;
+
+    /// Does nothing.
     virtual void SetDefault(ZvObject* o) const;
 
     ZvString$ Name() const { return m_name; }
-    /// The descriptor of the value: its box, or its array.
-    const ZvType* Type() const { return m_type; }
-    ZvType* Owner() const { return m_owner; }
 
-    /// "address[0x%p] \"%s.%s\"" with the field's address, the owner's and the field's name.
-    ZvString$ ToString() const override;
+    /// The descriptor of the value: a box's, or an array's.
+    const ZvType* Type() const { return m_valueType; }
 
 protected:
-    ZvField(ZvType* owner, const char* name, ZvType* type);
+    /// name is interned.
+    ZvField(ZvType* owner, const char* name, ZvType* valueType);
     ZvField(const ZvField& other);
 
-private:
     ZvType* m_owner;
     ZvString$ m_name;
-    ZvType* m_type;
+    ZvType* m_valueType;
 };
 
-/// The fields that a class declares itself, in the order of its table. It owns them.
+/// The fields that a class itself declares, in order. Made once for a class, by ZV_FIELDS.
 class ZV_API ZvFieldMap : public ZvObject {
-    ZV_DECLARE_CLASS(ZvFieldMap)
 public:
-    /// Copies the pointers of a table that ends with null.
+    /// Takes over the fields of a table that ends with null; the table itself is copied.
     explicit ZvFieldMap(ZvField** table);
-    /// Shares the block: the copy must not outlive its source.
+
+    /// A copy shares the fields, which stay the source's: it must not outlive the source.
     ZvFieldMap(const ZvFieldMap& other);
     ZvFieldMap& operator=(const ZvFieldMap& other);
+
+    /// Deletes the fields, whatever their counts.
     ~ZvFieldMap() override;
 
     int Length() const { return m_count; }
-    /// For each field in the order of the table d[name] = a clone of the field, or its value in o.
+
+    /// d[name] = a clone of the field, for each field in order.
     void GetFieldInfos(ZvDictionary$& d);
+
+    /// d[name] = the field's boxed value in o, for each field in order.
     void GetFieldValues(const ZvObject* o, ZvDictionary$& d);
 
 private:
-    ZvField** m_fields;
-    int m_count = 0;
-    bool m_owns = true;
-};
+    void DeleteFields();
 
-/// A new field for the kind, at member taken as a member of that kind; null for a number that has none (47 and 49
-/// included). For reflection tables that are written as data.
-ZV_API ZvField* ZvSelectFieldPrimitive(ZvType* owner, const char* name, ZvValueType type, int ZvObject::* member);
+    ZvField** m_fields;
+    int m_count;
+    bool m_owns;
+};

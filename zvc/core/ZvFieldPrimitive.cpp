@@ -1,159 +1,122 @@
 #include "zvc/core/ZvFieldPrimitive.h"
 
+#include "zvc/core/ZvElementName.h"
 #include "zvc/core/ZvTraverser.h"
 #include "zvc/serialization/ZvCoder.h"
+#include "zvc/values/ZvConversion.h"
 #include "zvc/values/ZvPrimArray.h"
 #include "zvc/values/ZvPrimitive.h"
+#include "zvc/values/ZvString.h"
 
 #include <type_traits>
 
 namespace {
 
-// A colour field says that it is a vector of three floats: meant so, in all three families. Its box takes that kind.
-template <class T> constexpr ZvValueType FieldKind = zvc::detail::KindNumber<T>;
-template <> constexpr ZvValueType FieldKind<zvcolor> = ZvVtVec3f;
-
-ZvObject$ Boxed(ZvType* type, const void* member, ZvValueType kind) {
-    const ZvValue$ box = ZvObject$(type->CreateObject());
-    if (box) box->SetValue(member, kind, 0);
-    return box;
-}
-
-// A box that does not take the kind leaves the local value, which is zero or null, and that is what the member gets. No box
-// takes an interface by its kind: so a field of interface handles is cleared by any value. Meant so.
+/// A colour says that it is a vec3<float>. It is meant so: the box of a colour takes that kind as well.
 template <class T>
-void TakeOut(T& member, const ZvObject$& value, ZvValueType kind) {
-    const ZvValue$ box = value;
-    if (!box || box->Count() != 1) return;
-    T taken{};
-    box->GetValue(&taken, kind, 0);
-    member = taken;
+constexpr ZvValueType KindOf = std::is_same_v<T, zvcolor> ? ZvVtVec3f : zvc::detail::KindNumber<T>;
+
+template <class T>
+ZvObject$ BoxOf(ZvType* type, const T* member) {
+    ZvObject$ object = type->CreateObject();
+    ZvValue$ box = object;
+    if (box) box->SetValue(member, KindOf<T>, 0);
+    return object;
 }
 
-ZvString$ WithOffset(ZvString$ text, uint64_t offset) {
+/// The value when it has as many elements, else null.
+ZvValue$ ValueOf(const ZvObject$& object, unsigned long long count) {
+    ZvValue$ value = object;
+    return value && value->Count() == count ? value : ZvValue$();
+}
+
+/// Element index of value; zero where the value does not take the kind.
+template <class T>
+T ElementOf(const ZvValue$& value, int index) {
+    T element{};
+    value->GetValue(&element, KindOf<T>, index);
+    return element;
+}
+
+ZvString$ WithOffset(ZvString$ text, size_t offset) {
     ZvString$ whole = new ZvString;
-    whole->Format("%s mem_ptr = 0x%p", text->CStr(), reinterpret_cast<void*>(offset));
+    whole->Format("%s mem_ptr = 0x%p", text->CStr(), reinterpret_cast<const void*>(offset));
     return whole;
 }
 
 }
 
+// What the three families define alike.
+#define ZV_FIELD_FAMILY(Family)                                                                    \
+    template <class T> Family<T>::Family(const Family& other) = default;                           \
+    template <class T> Family<T>::~Family() = default;                                             \
+    template <class T> ZvBase* Family<T>::GetBases() {                                             \
+        static zvc::detail::BaseTable<Family<T>, ZvField> s_table;                                 \
+        return s_table.entries;                                                                    \
+    }                                                                                              \
+    template <class T> ZvType* Family<T>::GetType() const { return &s_type; }                      \
+    template <class T> long Family<T>::ReferenceCount() const { return ZvObject::ReferenceCount(); } \
+    template <class T> void Family<T>::Retain() { ZvObject::Retain(); }                            \
+    template <class T> void Family<T>::Release() { ZvObject::Release(); }                          \
+    template <class T> ZvObject* Family<T>::Clone() const { return new Family(*this); }            \
+    template <class T> ZvValueType Family<T>::GetValueType() { return KindOf<T>; }
+
+// And the two whose member is one value.
+#define ZV_FIELD_FAMILY_OF_ONE(Family)                                                             \
+    ZV_FIELD_FAMILY(Family)                                                                        \
+    template <class T> ZvString$ Family<T>::ToString() const {                                     \
+        return WithOffset(ZvField::ToString(), static_cast<size_t>(m_offset));                     \
+    }                                                                                              \
+    template <class T> ZvObject$ Family<T>::GetValue(const ZvObject* o) {                          \
+        return BoxOf(m_valueType, At(o));                                                          \
+    }                                                                                              \
+    template <class T> void Family<T>::SetValue(ZvObject* o, const ZvObject$& object) const {      \
+        if (ZvValue$ value = ValueOf(object, 1)) *At(o) = ElementOf<T>(value, 0);                  \
+    }                                                                                              \
+    template <class T>                                                                             \
+    void Family<T>::Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const {           \
+        coder->Write(stream, *At(o));                                                              \
+    }                                                                                              \
+    template <class T> void Family<T>::Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) {    \
+        coder->Read(stream, *At(o));                                                               \
+    }
+
+ZV_FIELD_FAMILY_OF_ONE(ZvFieldPrimitive)
+ZV_FIELD_FAMILY_OF_ONE(ZvNestFieldPrimitive)
+ZV_FIELD_FAMILY(ZvFieldPrimitiveArray)
+
 template <class T>
 ZvFieldPrimitive<T>::ZvFieldPrimitive(ZvType* owner, const char* name, T ZvObject::* member)
-    : ZvField(owner, name, &ZvPrimitive<T>::s_type), m_member(static_cast<int32_t>(zvc::detail::MemberOffset(member))) {}
-
-template <class T> ZvBase* ZvFieldPrimitive<T>::GetBases() {
-    static zvc::detail::BaseTable<ZvFieldPrimitive<T>, ZvField> s_table;
-    return s_table.entries;
-}
-template <class T> long ZvFieldPrimitive<T>::ReferenceCount() const { return ZvObject::ReferenceCount(); }
-template <class T> void ZvFieldPrimitive<T>::Retain() { ZvObject::Retain(); }
-template <class T> void ZvFieldPrimitive<T>::Release() { ZvObject::Release(); }
-template <class T> ZvObject* ZvFieldPrimitive<T>::Clone() const { return new ZvFieldPrimitive(*this); }
-template <class T> ZvValueType ZvFieldPrimitive<T>::GetValueType() { return FieldKind<T>; }
-
-template <class T>
-ZvObject$ ZvFieldPrimitive<T>::GetValue(const ZvObject* o) {
-    return Boxed(const_cast<ZvType*>(Type()), &At(o), FieldKind<T>);
-}
-
-template <class T>
-void ZvFieldPrimitive<T>::SetValue(ZvObject* o, const ZvObject$& value) const {
-    TakeOut(At(o), value, FieldKind<T>);
-}
-
-template <class T>
-void ZvFieldPrimitive<T>::Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const {
-    coder->Write(stream, At(o));
-}
-
-template <class T>
-void ZvFieldPrimitive<T>::Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) {
-    coder->Read(stream, At(o));
-}
-
-template <class T>
-ZvString$ ZvFieldPrimitive<T>::ToString() const {
-    return WithOffset(ZvField::ToString(), static_cast<uint64_t>(m_member));
-}
-
-// Of all fields a direct object handle alone is followed.
-template <class T>
-void ZvFieldPrimitive<T>::Traverse([[maybe_unused]] ZvTraverser& traverser, [[maybe_unused]] ZvObject$& o) {
-    if constexpr (std::is_same_v<T, ZvObject$>) traverser.Traverse(At(o.Get()));
-}
+    : ZvField(owner, name, &ZvPrimitive<T>::s_type), m_offset(zvc::detail::OffsetOf(member)) {}
 
 template <class T>
 ZvNestFieldPrimitive<T>::ZvNestFieldPrimitive(ZvType* owner, const char* name, size_t offset)
     : ZvField(owner, name, &ZvPrimitive<T>::s_type), m_offset(offset) {}
 
-template <class T> ZvBase* ZvNestFieldPrimitive<T>::GetBases() {
-    static zvc::detail::BaseTable<ZvNestFieldPrimitive<T>, ZvField> s_table;
-    return s_table.entries;
-}
-template <class T> long ZvNestFieldPrimitive<T>::ReferenceCount() const { return ZvObject::ReferenceCount(); }
-template <class T> void ZvNestFieldPrimitive<T>::Retain() { ZvObject::Retain(); }
-template <class T> void ZvNestFieldPrimitive<T>::Release() { ZvObject::Release(); }
-template <class T> ZvObject* ZvNestFieldPrimitive<T>::Clone() const { return new ZvNestFieldPrimitive(*this); }
-template <class T> ZvValueType ZvNestFieldPrimitive<T>::GetValueType() { return FieldKind<T>; }
-
-template <class T>
-ZvObject$ ZvNestFieldPrimitive<T>::GetValue(const ZvObject* o) {
-    return Boxed(const_cast<ZvType*>(Type()), &At(o), FieldKind<T>);
-}
-
-template <class T>
-void ZvNestFieldPrimitive<T>::SetValue(ZvObject* o, const ZvObject$& value) const {
-    TakeOut(At(o), value, FieldKind<T>);
-}
-
-template <class T>
-void ZvNestFieldPrimitive<T>::Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const {
-    coder->Write(stream, At(o));
-}
-
-template <class T>
-void ZvNestFieldPrimitive<T>::Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) {
-    coder->Read(stream, At(o));
-}
-
-template <class T>
-ZvString$ ZvNestFieldPrimitive<T>::ToString() const {
-    return WithOffset(ZvField::ToString(), m_offset);
-}
-
 template <class T>
 ZvFieldPrimitiveArray<T>::ZvFieldPrimitiveArray(ZvType* owner, const char* name, unsigned int count, T ZvObject::* member)
-    : ZvField(owner, name, &ZvPrimArray<T>::s_type), m_count(count),
-      m_member(static_cast<int32_t>(zvc::detail::MemberOffset(member))) {}
+    : ZvField(owner, name, &ZvPrimArray<T>::s_type), m_count(count), m_offset(zvc::detail::OffsetOf(member)) {}
 
-template <class T> ZvBase* ZvFieldPrimitiveArray<T>::GetBases() {
-    static zvc::detail::BaseTable<ZvFieldPrimitiveArray<T>, ZvField> s_table;
-    return s_table.entries;
+template <class T>
+void ZvFieldPrimitive<T>::Traverse([[maybe_unused]] ZvTraverser& traverser, [[maybe_unused]] ZvObject$& o) {
+    if constexpr (std::is_same_v<T, ZvObject$>) traverser.Traverse(*At(o.Get()));
 }
-template <class T> long ZvFieldPrimitiveArray<T>::ReferenceCount() const { return ZvObject::ReferenceCount(); }
-template <class T> void ZvFieldPrimitiveArray<T>::Retain() { ZvObject::Retain(); }
-template <class T> void ZvFieldPrimitiveArray<T>::Release() { ZvObject::Release(); }
-template <class T> ZvObject* ZvFieldPrimitiveArray<T>::Clone() const { return new ZvFieldPrimitiveArray(*this); }
-template <class T> ZvValueType ZvFieldPrimitiveArray<T>::GetValueType() { return FieldKind<T>; }
 
+// The array that a factory makes is empty, and setting its elements does not make it grow: it is given room first.
 template <class T>
 ZvObject$ ZvFieldPrimitiveArray<T>::GetValue(const ZvObject* o) {
-    auto* array = new ZvPrimArray<T>(m_count, nullptr);            // the factory's array would have no room
-    ZvObject$ box = array;
-    for (unsigned int i = 0; i < m_count; ++i) array->SetValue(At(o) + i, FieldKind<T>, static_cast<int>(i));
-    return box;
+    ZvObject$ object = m_valueType->CreateObject();
+    auto* array = static_cast<ZvPrimArray<T>*>(object.Get());
+    array->CreateBuffer(m_count);
+    for (unsigned int i = 0; i < m_count; ++i) array->SetValue(At(o) + i, KindOf<T>, static_cast<int>(i));
+    return object;
 }
 
 template <class T>
-void ZvFieldPrimitiveArray<T>::SetValue(ZvObject* o, const ZvObject$& value) const {
-    const ZvValue$ box = value;
-    if (!box || box->Count() != m_count) return;
-    for (unsigned int i = 0; i < m_count; ++i) {
-        T taken{};
-        box->GetValue(&taken, FieldKind<T>, static_cast<int>(i));
-        At(o)[i] = taken;
-    }
+void ZvFieldPrimitiveArray<T>::SetValue(ZvObject* o, const ZvObject$& object) const {
+    ZvValue$ value = ValueOf(object, m_count);
+    if (!value) return;
+    for (unsigned int i = 0; i < m_count; ++i) At(o)[i] = ElementOf<T>(value, static_cast<int>(i));
 }
 
 template <class T>
@@ -166,17 +129,30 @@ void ZvFieldPrimitiveArray<T>::Decode(ZvStream$& stream, ZvCoder* coder, ZvObjec
     for (unsigned int i = 0; i < m_count; ++i) coder->Read(stream, At(o)[i]);
 }
 
-// What the descriptor's name is cut behind is the first "class " in it, so each has one of its own in front.
-#define ZV_FIELD_TYPE(Family, name, ...)                                                                                \
-    template <> ZvType Family<__VA_ARGS__>::s_type("class " #Family "<" name ">", sizeof(Family<__VA_ARGS__>),          \
-                                                   Family<__VA_ARGS__>::GetBases(), typeid(Family<__VA_ARGS__>),        \
-                                                   ZvThisModule(), {.schema = 1});                                     \
-    template class Family<__VA_ARGS__>;
-#define ZV_SINGLE_TYPE(name, ...) ZV_FIELD_TYPE(ZvFieldPrimitive, name, __VA_ARGS__)
-#define ZV_FIELD_TYPES(name, ...)                             \
-    ZV_FIELD_TYPE(ZvFieldPrimitive, name, __VA_ARGS__)        \
-    ZV_FIELD_TYPE(ZvNestFieldPrimitive, name, __VA_ARGS__)    \
-    ZV_FIELD_TYPE(ZvFieldPrimitiveArray, name, __VA_ARGS__)
+ZvField* ZvSelectFieldPrimitive(ZvType* owner, const char* name, ZvValueType type, int ZvObject::* member) {
+#include "zvc/values/ZvElements.inc"
+#define ZV_SELECT(...)                                  \
+    if (type == zvc::detail::KindNumber<__VA_ARGS__>)   \
+        return new ZvFieldPrimitive<__VA_ARGS__>(owner, name, reinterpret_cast<__VA_ARGS__ ZvObject::*>(member));
+    ZV_ELEMENTS_PLAIN(ZV_SELECT)
+    ZV_SELECT(ZvObject$)
+    using ZvObjectPointer = ZvObject*;
+    ZV_SELECT(ZvObjectPointer)
+#undef ZV_SELECT
+    return nullptr;
+}
 
-ZV_FOR_EACH_ELEMENT_NAME(ZV_FIELD_TYPES)
-ZV_FOR_EACH_SINGLE_FIELD_NAME(ZV_SINGLE_TYPE)
+// Names that stand in no table but are the same on every platform, as those of all template instances.
+#define ZV_DEFINE_FIELD(Family, ...)                                                                                \
+    template <> ZvType Family<__VA_ARGS__>::s_type(zvc::detail::InstanceName<__VA_ARGS__>(#Family).c_str(),         \
+                                                   sizeof(Family<__VA_ARGS__>), Family<__VA_ARGS__>::GetBases(),    \
+                                                   typeid(Family<__VA_ARGS__>), ZvThisModule(), {.schema = 1});     \
+    template class Family<__VA_ARGS__>;
+#define ZV_DEFINE_FIELDS(...)                             \
+    ZV_DEFINE_FIELD(ZvFieldPrimitive, __VA_ARGS__)        \
+    ZV_DEFINE_FIELD(ZvNestFieldPrimitive, __VA_ARGS__)    \
+    ZV_DEFINE_FIELD(ZvFieldPrimitiveArray, __VA_ARGS__)
+#define ZV_DEFINE_FIELD_ONLY(...) ZV_DEFINE_FIELD(ZvFieldPrimitive, __VA_ARGS__)
+
+ZV_ELEMENTS_FIELD(ZV_DEFINE_FIELDS)
+ZV_ELEMENTS_FIELD_ONLY(ZV_DEFINE_FIELD_ONLY)

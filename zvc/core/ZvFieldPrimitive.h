@@ -1,155 +1,174 @@
 #pragma once
 
-#include "zvc/core/ZvElementName.h"
-#include "zvc/core/ZvField.h"
-#include "zvc/values/ZvConversion.h"
+// The field families. A class's table is normally written with ZV_FIELDS (ZvFieldMacros.h), which picks the family.
+//
+// GetValueType gives the number of T, but for zvcolor that of CG::vec3<float>, whose representation it shares; the two
+// interface kinds share ZvVtInterface.
 
-#include <cstring>
+#include "zvc/core/ZvField.h"
+#include "zvc/core/ZvInterface.h"
+#include "zvc/imaging/zvcolor.h"
+#include "zvc/values/CG.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
 
 namespace zvc::detail {
 
-/// Bytes from an object's start to a member.
-template <class Pointer>
-size_t MemberOffset(Pointer member) {
-    if constexpr (sizeof(member) == 4) {
-        int32_t offset;
-        std::memcpy(&offset, &member, sizeof offset);
-        return static_cast<size_t>(offset);
-    } else {
-        static_assert(sizeof(member) == 8, "This platform's member pointers need a way of their own.");
-        int64_t offset;
-        std::memcpy(&offset, &member, sizeof offset);
-        return static_cast<size_t>(offset);
-    }
+/// The offset behind a pointer to member, which is that offset as a plain number.
+template <class M>
+int32_t OffsetOf(M ZvObject::* member) {
+    if constexpr (sizeof member == sizeof(int32_t))
+        return std::bit_cast<int32_t>(member);
+    else
+        return static_cast<int32_t>(std::bit_cast<int64_t>(member));
 }
 
 }
 
 /// A member of type T directly in the class.
+///
+/// GetValue gives the box of T. SetValue takes any ZvValue of one element, which converts; where it does not take the
+/// kind, the member becomes zero. An object pointer is read and written without counting. A member of type ZvInterface$
+/// or ZvInterface* cannot be boxed: its box is empty, and SetValue clears it, whatever the value.
 template <class T>
 class ZV_API ZvFieldPrimitive : public ZvField {
 public:
     ZvFieldPrimitive(ZvType* owner, const char* name, T ZvObject::* member);
-    ZvFieldPrimitive(const ZvFieldPrimitive& other) = default;
+    ZvFieldPrimitive(const ZvFieldPrimitive& other);
+    ~ZvFieldPrimitive() override;
 
-    ZvType* GetType() const override { return &s_type; }
+    static ZvBase* GetBases();
+    ZvType* GetType() const override;
     long ReferenceCount() const override;
     void Retain() override;
     void Release() override;
-    static ZvBase* GetBases();
 
     ZvObject* Clone() const override;
+    /// The text of ZvField and " mem_ptr = 0x%p" with the offset.
+    ZvString$ ToString() const override;
+
+    using ZvField::Decode;
+    using ZvField::Encode;
     ZvObject$ GetValue(const ZvObject* o) override;
     void SetValue(ZvObject* o, const ZvObject$& value) const override;
+    /// Follows a member of type ZvObject$, and no other.
+    void Traverse(ZvTraverser& traverser, ZvObject$& o) override;
     void Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const override;
     void Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) override;
     ZvValueType GetValueType() override;
-    /// The text of ZvField, and " mem_ptr = 0x%p" with the offset.
-    ZvString$ ToString() const override;
-    void Traverse(ZvTraverser& traverser, ZvObject$& o) override;
 
 protected:
-    T& At(ZvObject* o) const { return *reinterpret_cast<T*>(reinterpret_cast<char*>(o) + m_member); }
-    const T& At(const ZvObject* o) const { return *reinterpret_cast<const T*>(reinterpret_cast<const char*>(o) + m_member); }
+    const T* At(const ZvObject* o) const {
+        return reinterpret_cast<const T*>(reinterpret_cast<const char*>(o) + m_offset);
+    }
+    T* At(ZvObject* o) const { return reinterpret_cast<T*>(reinterpret_cast<char*>(o) + m_offset); }
 
 private:
     static ZvType s_type;
-    int32_t m_member;
+
+    int32_t m_offset;
 };
 
-/// A member of type T inside an aggregate member, where no member pointer can name it.
+/// A member of type T inside a member that is an aggregate, where no pointer to member can name it.
 template <class T>
 class ZV_API ZvNestFieldPrimitive : public ZvField {
 public:
+    /// offset: bytes from the start of the object.
     ZvNestFieldPrimitive(ZvType* owner, const char* name, size_t offset);
-    ZvNestFieldPrimitive(const ZvNestFieldPrimitive& other) = default;
+    ZvNestFieldPrimitive(const ZvNestFieldPrimitive& other);
+    ~ZvNestFieldPrimitive() override;
 
-    ZvType* GetType() const override { return &s_type; }
+    static ZvBase* GetBases();
+    ZvType* GetType() const override;
     long ReferenceCount() const override;
     void Retain() override;
     void Release() override;
-    static ZvBase* GetBases();
 
     ZvObject* Clone() const override;
+    /// The text of ZvField and " mem_ptr = 0x%p" with the offset.
+    ZvString$ ToString() const override;
+
+    using ZvField::Decode;
+    using ZvField::Encode;
     ZvObject$ GetValue(const ZvObject* o) override;
     void SetValue(ZvObject* o, const ZvObject$& value) const override;
     void Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const override;
     void Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) override;
     ZvValueType GetValueType() override;
-    ZvString$ ToString() const override;
+
+protected:
+    const T* At(const ZvObject* o) const {
+        return reinterpret_cast<const T*>(reinterpret_cast<const char*>(o) + m_offset);
+    }
+    T* At(ZvObject* o) const { return reinterpret_cast<T*>(reinterpret_cast<char*>(o) + m_offset); }
 
 private:
-    T& At(ZvObject* o) const { return *reinterpret_cast<T*>(reinterpret_cast<char*>(o) + m_offset); }
-    const T& At(const ZvObject* o) const { return *reinterpret_cast<const T*>(reinterpret_cast<const char*>(o) + m_offset); }
-
     static ZvType s_type;
+
     uint64_t m_offset;
 };
 
-/// A fixed array of count elements of T. Its elements are coded one after the other, without a count before them; its box
-/// is the array of T, and SetValue takes only an array of that very count.
+/// A fixed array of count elements of T in the class.
+///
+/// GetValue gives a new array of count elements. SetValue takes a value of exactly count elements. Encode and Decode move
+/// the elements in order, without a count before them.
 template <class T>
 class ZV_API ZvFieldPrimitiveArray : public ZvField {
 public:
+    /// member: the first element.
     ZvFieldPrimitiveArray(ZvType* owner, const char* name, unsigned int count, T ZvObject::* member);
-    ZvFieldPrimitiveArray(const ZvFieldPrimitiveArray& other) = default;
+    ZvFieldPrimitiveArray(const ZvFieldPrimitiveArray& other);
+    ~ZvFieldPrimitiveArray() override;
 
-    ZvType* GetType() const override { return &s_type; }
+    static ZvBase* GetBases();
+    ZvType* GetType() const override;
     long ReferenceCount() const override;
     void Retain() override;
     void Release() override;
-    static ZvBase* GetBases();
 
     ZvObject* Clone() const override;
+
+    using ZvField::Decode;
+    using ZvField::Encode;
     ZvObject$ GetValue(const ZvObject* o) override;
     void SetValue(ZvObject* o, const ZvObject$& value) const override;
     void Encode(ZvStream$& stream, ZvCoder* coder, const ZvObject* o) const override;
     void Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) override;
     ZvValueType GetValueType() override;
 
-private:
-    T* At(ZvObject* o) const { return reinterpret_cast<T*>(reinterpret_cast<char*>(o) + m_member); }
-    const T* At(const ZvObject* o) const { return reinterpret_cast<const T*>(reinterpret_cast<const char*>(o) + m_member); }
+protected:
+    const T* At(const ZvObject* o) const {
+        return reinterpret_cast<const T*>(reinterpret_cast<const char*>(o) + m_offset);
+    }
+    T* At(ZvObject* o) const { return reinterpret_cast<T*>(reinterpret_cast<char*>(o) + m_offset); }
+    unsigned int Length() const { return m_count; }
 
+private:
     static ZvType s_type;
-    unsigned int m_count;
-    int32_t m_member;
+
+    uint32_t m_count;
+    int32_t m_offset;
 };
 
-#define ZV_EXTERN_SINGLE(name, ...)                                     \
-    template <> ZV_API ZvType ZvFieldPrimitive<__VA_ARGS__>::s_type;    \
-    extern template class ZvFieldPrimitive<__VA_ARGS__>;
-#define ZV_EXTERN_FIELDS(name, ...)                                     \
-    ZV_EXTERN_SINGLE(name, __VA_ARGS__)                                 \
-    template <> ZV_API ZvType ZvNestFieldPrimitive<__VA_ARGS__>::s_type;  \
-    extern template class ZvNestFieldPrimitive<__VA_ARGS__>;            \
-    template <> ZV_API ZvType ZvFieldPrimitiveArray<__VA_ARGS__>::s_type; \
-    extern template class ZvFieldPrimitiveArray<__VA_ARGS__>;
-ZV_FOR_EACH_ELEMENT_NAME(ZV_EXTERN_FIELDS)
-ZV_FOR_EACH_SINGLE_FIELD_NAME(ZV_EXTERN_SINGLE)
+/// A new ZvFieldPrimitive<T> for the T of type, for tables that are written as data; member stands for a member of type T.
+/// It knows the kinds from 1 to 46, 42 being zvcolor, and gives null for every other number, ZvVtInterface and ZvVtVoid
+/// among them.
+ZV_API ZvField* ZvSelectFieldPrimitive(ZvType* owner, const char* name, ZvValueType type, int ZvObject::* member);
+
+// The element types of all three families; ZvFieldPrimitive has ZV_ELEMENTS_FIELD_ONLY besides.
+#include "zvc/core/ZvFieldElements.inc"
+#define ZV_EXTERN_FIELD(Family, ...)                            \
+    template <> ZV_API ZvType Family<__VA_ARGS__>::s_type;      \
+    extern template class Family<__VA_ARGS__>;
+#define ZV_EXTERN_FIELDS(...)                                   \
+    ZV_EXTERN_FIELD(ZvFieldPrimitive, __VA_ARGS__)              \
+    ZV_EXTERN_FIELD(ZvNestFieldPrimitive, __VA_ARGS__)          \
+    ZV_EXTERN_FIELD(ZvFieldPrimitiveArray, __VA_ARGS__)
+#define ZV_EXTERN_FIELD_ONLY(...) ZV_EXTERN_FIELD(ZvFieldPrimitive, __VA_ARGS__)
+ZV_ELEMENTS_FIELD(ZV_EXTERN_FIELDS)
+ZV_ELEMENTS_FIELD_ONLY(ZV_EXTERN_FIELD_ONLY)
+#undef ZV_EXTERN_FIELD_ONLY
 #undef ZV_EXTERN_FIELDS
-#undef ZV_EXTERN_SINGLE
-
-/// A member of a handle class other than ZvObject$. It is stored as a reference to an object; what comes back goes through
-/// the checked cast, so that an object of a wrong class becomes null there.
-template <class Handle>
-class ZvFieldHandle : public ZvFieldPrimitive<ZvObject$> {
-public:
-    ZvFieldHandle(ZvType* owner, const char* name, ZvObject$ ZvObject::* member)
-        : ZvFieldPrimitive<ZvObject$>(owner, name, member) {}
-    ZvObject* Clone() const override { return new ZvFieldHandle(*this); }
-    void SetValue(ZvObject* o, const ZvObject$& value) const override {
-        ZvFieldPrimitive<ZvObject$>::SetValue(o, value);
-        Check(o);
-    }
-    void Decode(ZvStream$& stream, ZvCoder* coder, ZvObject* o) override {
-        ZvFieldPrimitive<ZvObject$>::Decode(stream, coder, o);
-        Check(o);
-    }
-
-private:
-    void Check(ZvObject* o) const {
-        ZvObject$& slot = At(o);
-        if (slot && !Handle(static_cast<const ZvObject$&>(slot))) slot = ZvObject$();
-    }
-};
+#undef ZV_EXTERN_FIELD

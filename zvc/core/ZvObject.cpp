@@ -9,6 +9,8 @@
 #include "zvc/values/ZvDictionary.h"
 #include "zvc/values/ZvString.h"
 
+#include <cstdlib>
+
 // The descriptors of the roots. Their base tables are static ones: the roots are not declared by the macros.
 
 ZvBase ZvSuper::s_bases[1] = {ZvBase()};
@@ -84,9 +86,39 @@ void ZvObject::Decode(ZvStream$&, ZvCoder*) {}
 void ZvObject::OnDispose() {}
 void ZvObject::DebugObjectRelease() {}
 
+namespace {
+
+// An object whose end lets go of the next one, and so on, ends as deep as the chain is long. From a certain depth on the
+// ends wait for the outermost one, so that a chain of any length needs no more stack than a short one.
+struct Waiting {
+    ZvObject* object;
+    Waiting* next;
+};
+constexpr unsigned int DeepestEnd = 100;
+thread_local unsigned int t_endDepth __attribute__((tls_model("initial-exec"))) = 0;
+thread_local Waiting* t_waiting __attribute__((tls_model("initial-exec"))) = nullptr;
+
+}
+
 void ZvObject::Destroy() {
+    if (t_endDepth >= DeepestEnd) {
+        if (auto* waiting = static_cast<Waiting*>(std::malloc(sizeof(Waiting)))) {
+            *waiting = Waiting{this, t_waiting};
+            t_waiting = waiting;
+            return;
+        }
+    }
+    ++t_endDepth;
     OnDispose();
     delete this;
+    --t_endDepth;
+    while (t_endDepth == 0 && t_waiting != nullptr) {
+        Waiting* waiting = t_waiting;
+        ZvObject* object = waiting->object;
+        t_waiting = waiting->next;
+        std::free(waiting);
+        object->Destroy();
+    }
 }
 
 ZvDictionary$ ZvObject::GetFieldValues() const { return GetType()->GetFieldValues(this); }

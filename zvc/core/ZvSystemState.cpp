@@ -49,7 +49,7 @@ size_t ZvSystemState::KeyHash::operator()(const ZvString$& key) const {
 
 bool ZvSystemState::KeyEqual::operator()(const ZvString$& a, const ZvString$& b) const {
     if (!a || !b) return a == b;
-    return a->Equals(b.Get());
+    return *a == *b;                 // what Equals answers, also when the descriptor of strings is gone already
 }
 
 size_t ZvSystemState::InternHash::operator()(std::string_view text) const {

@@ -11,7 +11,7 @@ class ZvFieldMap;
 class ZvMethodMap;
 class ZvTraverser;
 struct ZvModuleState;
-template <class T> class ZvPrimArray;
+template <class T> class ZV_API ZvPrimArray;
 
 /// The argument array of every reflected call.
 using ZvArguments$ = ZvHandle<ZvPrimArray<ZvObject$>, ZvArrayValue$>;

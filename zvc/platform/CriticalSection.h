@@ -6,50 +6,60 @@
 
 namespace zvc::platform {
 
-/// An address that is the calling thread's own as long as it lives. Never null.
-ZV_API const void* ThreadIdentity() noexcept;
+/// A number that is the calling thread's own as long as it lives. It is odd, and the same before and after a fork.
+#if !defined(_WIN32)
+inline uintptr_t ThreadIdentity() noexcept { return reinterpret_cast<uintptr_t>(__builtin_thread_pointer()) | 1; }
+#else
+ZV_API uintptr_t ThreadIdentity() noexcept;
+#endif
 
-/// A recursive lock for the threads of one process: three plain words that may be copied as bytes and need no clean-up.
-/// A zeroed one is free. Required: the thread that holds it may enter again, and leaves as often.
+/// A recursive lock for the threads of one process. Required: the thread that holds it may enter again, and leaves as often;
+/// what was written before Leave is seen after the next Enter. Sixteen bytes that may be copied as they are; a zeroed one
+/// is free, so neither a beginning nor an end is needed. Any thread may use it, also before and after main. Leaving a
+/// section that the caller does not hold is not checked. A section must outlive every Leave on it: that a thread could
+/// enter does not tell it that the one before has returned from Leave.
+///
+/// Enter is one atomic exchange and Leave is none: a thread that is going to sleep runs a memory barrier on behalf of all
+/// threads of the process instead, between announcing itself and looking at the owner.
 struct ZV_API CriticalSection {
     void Enter() noexcept {
-        const void* me = ThreadIdentity();
-        if (__atomic_load_n(&m_owner, __ATOMIC_RELAXED) == me) {
-            ++m_depth;
-            return;
-        }
-        uint32_t expected = 0;
-        if (!__atomic_compare_exchange_n(&m_word, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) EnterSlow();
-        __atomic_store_n(&m_owner, me, __ATOMIC_RELAXED);
-        m_depth = 1;
+        if (!TryEnter()) EnterSlow(DefaultSpins);
     }
 
+    /// The same with a bound of the caller's on the tries before it sleeps.
+    void Enter(uint32_t spins) noexcept {
+        if (!TryEnter()) EnterSlow(spins);
+    }
+
+    /// Never waits: false when another thread is in the section.
     bool TryEnter() noexcept {
-        const void* me = ThreadIdentity();
-        if (__atomic_load_n(&m_owner, __ATOMIC_RELAXED) == me) {
+        const uintptr_t me = ThreadIdentity();
+        uintptr_t owner = __atomic_load_n(&m_owner, __ATOMIC_RELAXED);
+        if (owner == me) {
             ++m_depth;
             return true;
         }
-        uint32_t expected = 0;
-        if (!__atomic_compare_exchange_n(&m_word, &expected, 1u, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return false;
-        __atomic_store_n(&m_owner, me, __ATOMIC_RELAXED);
+        if (owner != 0 || !__atomic_compare_exchange_n(&m_owner, &owner, me, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return false;
         m_depth = 1;
         return true;
     }
 
     void Leave() noexcept {
         if (--m_depth != 0) return;
-        __atomic_store_n(&m_owner, static_cast<const void*>(nullptr), __ATOMIC_RELAXED);
-        if (__atomic_exchange_n(&m_word, 0u, __ATOMIC_RELEASE) == 2) LeaveSlow();
+        __atomic_store_n(&m_owner, uintptr_t(0), __ATOMIC_RELEASE);
+        __atomic_signal_fence(__ATOMIC_SEQ_CST);            // the other half of the sleeper's barrier
+        if (__atomic_load_n(&m_sleepers, __ATOMIC_RELAXED) != 0) WakeOne();
     }
 
 private:
-    void EnterSlow() noexcept;
-    void LeaveSlow() noexcept;
+    static constexpr uint32_t DefaultSpins = 32;
 
-    uint32_t m_word = 0;                 // 0 free, 1 held, 2 held and somebody may wait
-    uint32_t m_depth = 0;
-    const void* m_owner = nullptr;
+    void EnterSlow(uint32_t spins) noexcept;
+    void WakeOne() noexcept;
+
+    uintptr_t m_owner = 0;
+    uint32_t m_depth = 0;                                   // the owner's alone
+    uint32_t m_sleepers = 0;                                // threads that sleep or are about to
 };
 
 /// Holds a section for a scope.

@@ -6,6 +6,10 @@
 
 namespace zvc::platform {
 
+/// The lowest usable address of the calling thread's stack: of the main thread's as far as it may grow, of any other's
+/// above its guard. Found at the thread's first call and kept.
+ZV_API uintptr_t StackLowest() noexcept;
+
 /// The address below which the calling thread's stack should not grow any more: its lowest usable address and a reserve
 /// for what is still to be called (64 KiB, or a quarter of a small stack).
 ZV_API uintptr_t StackLimit() noexcept;

@@ -4,7 +4,7 @@
 
 namespace zvc::platform {
 
-/// Processors that the process may run on; at least 1.
+/// Processors of the system that are at work; at least 1.
 ZV_API unsigned int ProcessorCount() noexcept;
 
 /// Writes a line to standard error and ends the process at once, with a core where the system makes one.

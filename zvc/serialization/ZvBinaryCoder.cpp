@@ -11,8 +11,8 @@ ZV_DEFINE_CLASS(ZvBinaryCoder, (ZvCoder))
 
 using Causes = ZvCoderException::Causes;
 
-void zvc::detail::RaiseCoder(Causes cause, const char* function, std::source_location where) {
-    throw ZvCoderException(cause, "ZvBinaryCoder", function, where.line(), "");
+void zvc::detail::RaiseCoder(Causes cause, const char* function, unsigned int line) {
+    throw ZvCoderException(cause, "ZvBinaryCoder", function, line, "");
 }
 
 ZvBinaryCoder::ZvBinaryCoder(ZvStreamingContext$ context)

@@ -6,13 +6,12 @@
 #include "zvc/serialization/ZvBinaryCoder.h"
 
 #include <deque>
-#include <source_location>
 #include <unordered_map>
 
 namespace zvc::detail {
 
 [[noreturn]] void RaiseCoder(ZvCoderException::Causes cause, const char* function,
-                             std::source_location where = std::source_location::current());
+                             unsigned int line = __builtin_LINE());
 
 /// Keeps a window open for the span of a call. A gathered transfer that fails at the end is reported there, unless the
 /// call ends in an exception already.

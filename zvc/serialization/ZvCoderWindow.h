@@ -103,7 +103,6 @@ private:
     unsigned char* m_limit = nullptr;
     unsigned char* m_next = nullptr;
     std::unique_ptr<unsigned char[]> m_buffer;
-    uint64_t m_left = 0;                        // file: bytes behind what has been read ahead
 };
 
 }

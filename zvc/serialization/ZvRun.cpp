@@ -164,6 +164,7 @@ private:
 
 template <class T>
 void WriteRun(ZvStream$& stream, ZvCoder* coder, const T* values, size_t count) {
+    if (count == 0) return;
     size_t done = 0;
     ZvBinaryCoder* own = RunAccess::Exactly(coder);
     if (own == nullptr) {
@@ -178,6 +179,7 @@ void WriteRun(ZvStream$& stream, ZvCoder* coder, const T* values, size_t count) 
 
 template <class T>
 void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count) {
+    if (count == 0) return;
     size_t done = 0;
     if (ZvBinaryCoder* own = RunAccess::Exactly(coder)) {
         InputScope scope(RunAccess::In(*own), stream);

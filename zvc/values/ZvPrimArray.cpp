@@ -1,60 +1,50 @@
 #include "zvc/values/ZvPrimArray.h"
 
 #include "zvc/core/ZvDeclare.h"
-#include "zvc/core/ZvSystem.h"
-#include "zvc/serialization/ZvRun.h"
+#include "zvc/values/ZvElementBuffer.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <type_traits>
+#include <utility>
 
-ZV_DEFINE_CLASS(ZvArrayValue, (ZvValue))
-
-ZvArrayValue::~ZvArrayValue() = default;
+using zvc::detail::AllocateElements;
+using zvc::detail::ClearElements;
+using zvc::detail::CopyElements;
 
 namespace {
 
 template <class T> constexpr bool IsHandle = std::is_same_v<T, ZvObject$>;
 
-/// A size that overflows asks for everything, so that the allocator refuses it.
 template <class T>
-size_t BytesOf(unsigned long long count) {
-    return count > ~size_t(0) / sizeof(T) ? ~size_t(0) : static_cast<size_t>(count) * sizeof(T);
+T* NewBuffer(unsigned long long count) {
+    T* buffer = AllocateElements<T>(count);
+    if constexpr (IsHandle<T>) ClearElements(buffer, count);        // null handles
+    return buffer;
 }
 
 template <class T>
-T* AllocateBuffer(unsigned long long count) {
-    const size_t bytes = BytesOf<T>(count);
-    void* block = ZvSystem::Malloc(bytes != 0 ? bytes : 1);
-    if constexpr (IsHandle<T>) std::memset(block, 0, bytes);         // null handles
-    return static_cast<T*>(block);
-}
-
-template <class T>
-void FreeBuffer(T* data, unsigned long long count) {
+void FreeBuffer(T* buffer, unsigned long long count) {
     if constexpr (IsHandle<T>)
-        for (unsigned long long i = 0; i < count; ++i) data[i].~T();
-    ZvSystem::Free(data);
+        for (unsigned long long i = 0; i < count; ++i) buffer[i].~T();
+    ZvSystem::Free(static_cast<void*>(buffer));
 }
 
-/// A buffer that grows while elements arrive, and cleans up after an exception.
+/// The buffer of elements that are still arriving. It goes with what it holds when an exception ends the arrival.
 template <class T>
-struct Growing {
-    T* data = nullptr;
-    unsigned long long count = 0;
+struct Arriving {
+    T* buffer = nullptr;
+    unsigned long long room = 0;
 
-    ~Growing() { FreeBuffer(data, count); }
-    void Grow(size_t newCount) {
-        void* block = std::realloc(static_cast<void*>(data), BytesOf<T>(newCount));      // handles move as bytes
-        if (block == nullptr) FreeNothingAndRaise();
-        data = static_cast<T*>(block);
-        std::memset(static_cast<void*>(data + count), 0, IsHandle<T> || std::is_pointer_v<T> ? (newCount - count) * sizeof(T) : 0);
-        count = newCount;
-    }
-    [[noreturn]] static void FreeNothingAndRaise() {
-        ZvSystem::Malloc(~size_t(0));
-        std::abort();
+    Arriving() = default;
+    Arriving(const Arriving&) = delete;
+    ~Arriving() { FreeBuffer(buffer, room); }
+
+    void Grow(unsigned long long newRoom) {
+        T* larger = AllocateElements<T>(newRoom);
+        CopyElements(larger, buffer, room);
+        if constexpr (IsHandle<T>) ClearElements(larger + room, newRoom - room);
+        ZvSystem::Free(static_cast<void*>(buffer));
+        buffer = larger;
+        room = newRoom;
     }
 };
 
@@ -70,14 +60,14 @@ template <class T> void ZvPrimArray<T>::Release() { ZvObject::Release(); }
 
 template <class T>
 ZvPrimArray<T>::ZvPrimArray(unsigned long long newCount, const T* source)
-    : count(newCount), data(AllocateBuffer<T>(newCount)) {
-    if (source != nullptr) std::memcpy(static_cast<void*>(data), static_cast<const void*>(source), BytesOf<T>(count));
+    : count(newCount), data(NewBuffer<T>(newCount)) {
+    if (source != nullptr) CopyElements(data, source, count);       // handles without a reference: meant so
 }
 
 template <class T>
 ZvPrimArray<T>::ZvPrimArray(const ZvPrimArray& other)
-    : ZvArrayValue(other), count(other.count), data(AllocateBuffer<T>(other.count)) {
-    if (count != 0) std::memcpy(static_cast<void*>(data), static_cast<const void*>(other.data), BytesOf<T>(count));
+    : ZvArrayValue(other), count(other.count), data(NewBuffer<T>(other.count)) {
+    CopyElements(data, other.data, count);                          // handles without a reference: meant so
 }
 
 template <class T> ZvPrimArray<T>::~ZvPrimArray() { FreeBuffer(data, count); }
@@ -90,14 +80,14 @@ ZvPrimArray<T>& ZvPrimArray<T>::operator=(const ZvPrimArray& other) {
 }
 
 template <class T> ZvObject* ZvPrimArray<T>::CreateInstance() { return new ZvPrimArray; }
-template <class T> ZvObject* ZvPrimArray<T>::CreateFromPtr(void* source, unsigned int n) {
-    return new ZvPrimArray(n, static_cast<const T*>(source));
+template <class T> ZvObject* ZvPrimArray<T>::CreateFromPtr(void* source, unsigned int count) {
+    return new ZvPrimArray(count, static_cast<const T*>(source));
 }
 template <class T> ZvObject* ZvPrimArray<T>::Clone() const { return new ZvPrimArray(*this); }
 
 template <class T>
 void ZvPrimArray<T>::CreateBuffer(unsigned long long newCount) {
-    T* buffer = AllocateBuffer<T>(newCount);                        // before the old one goes
+    T* buffer = NewBuffer<T>(newCount);                             // before the old one goes
     FreeBuffer(data, count);
     data = buffer;
     count = newCount;
@@ -106,23 +96,26 @@ void ZvPrimArray<T>::CreateBuffer(unsigned long long newCount) {
 template <class T>
 void ZvPrimArray<T>::Encode(ZvStream$& stream, ZvCoder* coder) const {
     coder->Write(stream, static_cast<unsigned int>(count));
-    zvc::detail::WriteRun(stream, coder, data, static_cast<size_t>(count));
+    if (count == 0) return;                                         // there may be no buffer
+    if constexpr (std::is_same_v<T, zvcolor>)                       // colours go out as three floats each: a coder sees those
+        zvc::detail::WriteRun(stream, coder, reinterpret_cast<const float*>(data), static_cast<size_t>(count) * 3);
+    else
+        zvc::detail::WriteRun(stream, coder, data, static_cast<size_t>(count));
 }
 
 template <class T>
 void ZvPrimArray<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int stored = 0;
     coder->Read(stream, stored);
-    Growing<T> incoming;
-    constexpr size_t atLeast = std::is_floating_point_v<typename zvc::detail::Shape<T>::Scalar> ? sizeof(T) : 1;
-    while (incoming.count < stored) {
-        const size_t from = incoming.count;
-        incoming.Grow(from + zvc::detail::RoomFor(stream, coder, atLeast, from, stored - from));
-        zvc::detail::ReadRun(stream, coder, incoming.data + from, incoming.count - from);
+    Arriving<T> incoming;
+    if (stored == 0) incoming.Grow(0);                              // even no elements have a buffer
+    for (size_t arrived = 0; arrived < stored; arrived = incoming.room) {
+        const size_t step = zvc::detail::RoomFor(stream, coder, zvc::detail::LeastStreamBytes<T>, arrived, stored - arrived);
+        incoming.Grow(arrived + step);
+        zvc::detail::ReadStep(stream, coder, incoming.buffer + arrived, arrived, step);
     }
-    if (incoming.data == nullptr) incoming.data = AllocateBuffer<T>(0);
-    std::swap(count, incoming.count);
-    std::swap(data, incoming.data);
+    std::swap(count, incoming.room);
+    std::swap(data, incoming.buffer);
 }
 
 template <class T>

@@ -1,24 +1,19 @@
 #pragma once
 
 #include "zvc/core/ZvInterface.h"
+#include "zvc/values/ZvArrayValue.h"
 #include "zvc/values/ZvConversion.h"
 
-/// Base of the typed arrays: the storage behind one address.
-class ZV_API ZvArrayValue : public ZvValue {
-    ZV_DECLARE_CLASS(ZvArrayValue)
-public:
-    ~ZvArrayValue() override;
-    unsigned long long Count() const override = 0;
-    virtual void* GetBaseAddress() = 0;
-    virtual void* GetBaseAddress() const = 0;
-};
+template <class T> class ZvFieldPrimitiveArray;
 
-/// The fixed-length typed array: one contiguous buffer of T behind a reflected class ("ZvInt32Array"). The length changes
-/// only through CreateBuffer and Decode, which replace the buffer. Indexes are not checked. No locking.
+/// The fixed-length typed array: one contiguous buffer of T behind a reflected class ("ZvInt32Array"), owned by the array.
+/// The length changes only through CreateBuffer and Decode, which replace the buffer. Indexes are not checked. No locking.
 ///
-/// The array of handles is a borrower where it is made of handles: the sized constructor, the copy constructor, and with
-/// them CreateFromPtr and Clone, copy the handles as bytes, without a reference, although the destructor releases each.
-/// Whoever uses them retains on behalf of the new array.
+/// An array of handles is a borrower where it is made out of handles: the sized constructor and the copy constructor, and
+/// with them CreateFromPtr and Clone, copy the handles as bytes and retain nothing, although the destructor releases each.
+/// Whoever uses them retains on behalf of the new array. An array of object pointers neither counts nor frees.
+///
+/// Nothing here raises but the allocator, and the coder in Encode and Decode.
 template <class T>
 class ZV_API ZvPrimArray : public ZvArrayValue {
 public:
@@ -30,8 +25,9 @@ public:
     void Release() override;
 
     ZvPrimArray() = default;                                        ///< no elements and no buffer
-    /// count elements copied from source; with a null source they are as the allocator gave them (handles are null).
-    ZvPrimArray(unsigned long long count, const T* source);
+
+    /// newCount elements copied from source; with a null source they are as the allocator gave them (handles are null).
+    ZvPrimArray(unsigned long long newCount, const T* source);
     ZvPrimArray(const ZvPrimArray& other);
     ~ZvPrimArray() override;
 
@@ -44,17 +40,26 @@ public:
 
     T& operator[](unsigned long long index) { return data[index]; }
     const T& operator[](unsigned long long index) const { return data[index]; }
+
+    /// A handle is assigned: the new object is retained and the old one released.
     void SetAt(int index, const T& value) { data[index] = value; }
     const T& GetAt(int index) const { return data[index]; }
 
     unsigned long long Count() const override { return count; }
     void* GetBaseAddress() override { return data; }
     void* GetBaseAddress() const override { return data; }
+
+    /// A new array with a buffer of its own and the same elements.
     ZvObject* Clone() const override;
 
-    /// The count, then each element; see ZvValue for the kinds that SetValue and GetValue take.
+    /// The count in its low 32 bits, then each element through the coder's overload for T.
     void Encode(ZvStream$& stream, ZvCoder* coder) const override;
+
+    /// Replaces the elements by those of the stream. The new buffer grows while they arrive, and takes the old one's place
+    /// when all are there: after an exception of the coder the array is what it was.
     void Decode(ZvStream$& stream, ZvCoder* coder) override;
+
+    /// Element index, converted from or to the kinds that the box of T takes; false for all others.
     bool SetValue(const void* source, ZvValueType type, int index) override;
     bool GetValue(void* target, ZvValueType type, int index) const override;
 
@@ -66,7 +71,7 @@ protected:
     T* data = nullptr;
 
 private:
-    template <class> friend class ZvFieldPrimitiveArray;
+    friend class ZvFieldPrimitiveArray<T>;                          // makes room in the array that it gives
 };
 
 #include "zvc/values/ZvElements.inc"

@@ -154,8 +154,12 @@ std::string Utf16ToSystem(std::u16string_view text) {
     Converter converter(page.c_str(), "UTF-16LE");
     if (!converter.IsOpen()) return Utf16ToUtf8(text);
     std::string out;
-    for (char16_t unit : text)
-        if (!converter.Convert(reinterpret_cast<const char*>(&unit), sizeof unit, out)) out.push_back('?');
+    for (size_t i = 0; i < text.size();) {
+        const bool pair = i + 1 < text.size() && text[i] >= 0xD800 && text[i] < 0xDC00 && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000;
+        const size_t units = pair ? 2 : 1;
+        if (!converter.Convert(reinterpret_cast<const char*>(text.data() + i), units * sizeof(char16_t), out)) out.append(units, '?');
+        i += units;
+    }
     return out;
 }
 

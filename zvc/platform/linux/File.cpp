@@ -1,6 +1,6 @@
 #include "zvc/platform/File.h"
 
-#include "zvc/platform/CriticalSection.h"
+#include "zvc/platform/linux/Object.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +9,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <new>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -18,62 +19,40 @@ namespace zvc::platform {
 
 namespace {
 
-// Handles are indices into a table with a generation each, multiples of 4 from 0x100 up: null, all ones and small numbers
-// are never valid, and a handle that was closed stays invalid when its entry is used again.
-struct Entry {
-    int descriptor = -1;
-    uint32_t generation = 0;
-    bool canRead = false;
-    bool canWrite = false;
+/// A descriptor with the rights it was opened with: those are tested here, because without rights the descriptor itself
+/// has more than the caller asked for.
+class FileObject final : public Object {
+public:
+    FileObject(int fd, unsigned int access) noexcept
+        : Object(ObjectKind::File), descriptor(fd), canRead((access & FileAccessRead) != 0), canWrite((access & FileAccessWrite) != 0) {
+        struct stat status;
+        if (fstat(fd, &status) != 0) return;
+        isPipe = S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
+        isRegular = S_ISREG(status.st_mode);
+    }
+    static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::File; }
+
+    int descriptor;
+    const bool canRead;
+    const bool canWrite;
     bool isPipe = false;
     bool isRegular = false;
+
+private:
+    ~FileObject() override {
+        if (descriptor >= 0) close(descriptor);
+    }
 };
 
-constexpr uintptr_t FirstHandle = 0x100;
-constexpr uint32_t GenerationBits = 0xFFFFFF;
+using File = Use<FileObject>;
 
-CriticalSection s_section;
-Entry* s_entries = nullptr;
-uint32_t s_capacity = 0;
-
-Handle HandleOf(uint32_t index) {
-    const uint64_t low = FirstHandle + static_cast<uint64_t>(index) * 4;
-    return reinterpret_cast<Handle>(low | (static_cast<uint64_t>(s_entries[index].generation & GenerationBits) << 32));
-}
-
-bool IndexOf(Handle handle, uint32_t& index) {
-    const auto value = reinterpret_cast<uintptr_t>(handle);
-    const uint64_t low = value & 0xFFFFFFFF;
-    if (low < FirstHandle || (low & 3) != 0) return false;
-    index = static_cast<uint32_t>((low - FirstHandle) / 4);
-    return index < s_capacity && s_entries[index].descriptor >= 0 && HandleOf(index) == handle;
-}
-
-bool Find(Handle handle, Entry& entry) {
-    SectionLock lock(s_section);
-    uint32_t index;
-    if (!IndexOf(handle, index)) return false;
-    entry = s_entries[index];
+// A descriptor that another process set to non-blocking still blocks here, as every handle does.
+bool TryAgain(int descriptor, short direction) noexcept {
+    if (errno == EINTR) return true;
+    if (errno != EAGAIN) return false;
+    pollfd wait{descriptor, direction, 0};
+    poll(&wait, 1, -1);
     return true;
-}
-
-Handle Enter(const Entry& entry) {
-    SectionLock lock(s_section);
-    uint32_t index = 0;
-    while (index < s_capacity && s_entries[index].descriptor >= 0) ++index;
-    if (index == s_capacity) {
-        const uint32_t capacity = s_capacity == 0 ? 16 : s_capacity * 2;
-        auto* entries = new (std::nothrow) Entry[capacity];
-        if (entries == nullptr) return InvalidHandle;
-        std::copy_n(s_entries, s_capacity, entries);
-        delete[] s_entries;
-        s_entries = entries;
-        s_capacity = capacity;
-    }
-    const uint32_t generation = s_entries[index].generation + 1;
-    s_entries[index] = entry;
-    s_entries[index].generation = generation;
-    return HandleOf(index);
 }
 
 // A write to a pipe whose reader is gone must be a failure and not a signal that ends the process. The signal is held back
@@ -100,19 +79,6 @@ private:
     sigset_t m_set, m_old;
 };
 
-Entry Describe(int descriptor, unsigned int access) {
-    Entry entry;
-    entry.descriptor = descriptor;
-    entry.canRead = (access & FileAccessRead) != 0;
-    entry.canWrite = (access & FileAccessWrite) != 0;
-    struct stat status;
-    if (fstat(descriptor, &status) == 0) {
-        entry.isPipe = S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
-        entry.isRegular = S_ISREG(status.st_mode);
-    }
-    return entry;
-}
-
 int OpenDescriptor(const char* path, bool read, bool write, unsigned int disposition) {
     int flags = O_CLOEXEC | O_NOCTTY;
     if (disposition == FileCreateNew) flags |= O_CREAT | O_EXCL;
@@ -125,141 +91,131 @@ int OpenDescriptor(const char* path, bool read, bool write, unsigned int disposi
     return descriptor;
 }
 
-// Never O_TRUNC: an opening that is refused must not have emptied the other's file.
-bool Share(int descriptor, bool hasRights, bool empties) {
+// Never O_TRUNC when opening: an opening that is refused must not have emptied the other's file.
+bool Share(int descriptor, bool alone, bool empties) {
     struct stat status;
     if (fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) return false;
     if (!S_ISREG(status.st_mode)) return true;
-    if (hasRights && flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
+    if (alone && flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
     return !empties || ftruncate(descriptor, 0) == 0;
 }
 
 }
 
-Handle FileOpen(const char* path, unsigned int access, unsigned int disposition) {
+Handle FileOpen(const char* path, unsigned int access, unsigned int disposition, bool exclusive) noexcept {
     if (path == nullptr || disposition < FileCreateNew || disposition > FileTruncateExisting) return InvalidHandle;
     const bool read = (access & FileAccessRead) != 0;
     const bool write = (access & FileAccessWrite) != 0;
     const int descriptor = OpenDescriptor(path, read, write, disposition);
     if (descriptor < 0) return InvalidHandle;
     const bool empties = disposition == FileCreateAlways || disposition == FileTruncateExisting;
-    if (!Share(descriptor, read || write, empties)) {
-        close(descriptor);
-        return InvalidHandle;
-    }
-    return FileAdopt(descriptor, access);
+    Handle handle = InvalidHandle;
+    if (Share(descriptor, exclusive && (read || write), empties)) handle = FileAdopt(descriptor, access);
+    if (handle == InvalidHandle) close(descriptor);
+    return handle;
 }
 
-Handle FileAdopt(int descriptor, unsigned int access) {
+Handle FileAdopt(int descriptor, unsigned int access) noexcept {
     if (descriptor < 0) return InvalidHandle;
-    return Enter(Describe(descriptor, access));
+    Region region;
+    auto* object = new (std::nothrow) FileObject(descriptor, access);
+    if (object == nullptr) return InvalidHandle;
+    const Handle handle = EnterObject(object);
+    if (handle != nullptr) return handle;
+    object->descriptor = -1;
+    object->Release();
+    return InvalidHandle;
 }
 
-bool CloseHandle(Handle handle) {
-    int descriptor;
-    {
-        SectionLock lock(s_section);
-        uint32_t index;
-        if (!IndexOf(handle, index)) return false;
-        descriptor = s_entries[index].descriptor;
-        s_entries[index].descriptor = -1;
-    }
-    return close(descriptor) == 0;
-}
-
-bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) {
+bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) noexcept {
     *done = 0;
-    Entry file;
-    if (!Find(handle, file) || !file.canRead) return false;
-    uint32_t total = 0;
+    File file(handle);
+    if (!file || !file->canRead) return false;
     for (;;) {
-        const ssize_t n = read(file.descriptor, static_cast<char*>(data) + total, size - total);
-        if (n < 0 && errno == EINTR) continue;
-        if (n > 0) total += static_cast<uint32_t>(n);
-        *done = total;
+        const ssize_t n = read(file->descriptor, static_cast<char*>(data) + *done, size - *done);
+        if (n < 0 && TryAgain(file->descriptor, POLLIN)) continue;
         if (n < 0) return false;
-        if (file.isPipe) return n != 0 || size == 0;
-        if (n == 0 || total == size) return true;
+        *done += static_cast<uint32_t>(n);
+        if (n == 0) return !file->isPipe || size == 0;
+        if (*done == size || !file->isRegular) return true;
     }
 }
 
-bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) {
+bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) noexcept {
     *done = 0;
-    Entry file;
-    if (!Find(handle, file) || !file.canWrite) return false;
-    QuietPipe quiet(file.isPipe);
-    uint32_t total = 0;
-    while (total < size) {
-        const ssize_t n = write(file.descriptor, static_cast<const char*>(data) + total, size - total);
+    File file(handle);
+    if (!file || !file->canWrite) return false;
+    QuietPipe quiet(file->isPipe);
+    while (*done < size) {
+        const ssize_t n = write(file->descriptor, static_cast<const char*>(data) + *done, size - *done);
         if (n >= 0) {
-            total += static_cast<uint32_t>(n);
-        } else if (errno != EINTR) {
+            *done += static_cast<uint32_t>(n);
+        } else if (!TryAgain(file->descriptor, POLLOUT)) {
             if (errno == EPIPE) quiet.Broken();
-            break;
+            return false;
         }
     }
-    *done = total;
-    return total == size;
+    return true;
 }
 
-int64_t FileSeek64(Handle handle, int64_t offset, unsigned int origin) {
-    Entry file;
-    if (origin > 2 || !Find(handle, file)) return -1;
-    return lseek(file.descriptor, offset, static_cast<int>(origin));
-}
-
-uint32_t FileSeek(Handle handle, int32_t offset, unsigned int origin) {
+uint32_t FileSeek(Handle handle, int32_t offset, unsigned int origin) noexcept {
     constexpr uint32_t failed = ~0u;
-    if (origin > 2) return failed;
+    File file(handle);
+    if (!file || origin > 2) return failed;
     int64_t base = 0;
-    if (origin == 1) base = FileTell64(handle);
-    if (origin == 2) base = FileSize64(handle);
-    if (base < 0) return failed;
+    struct stat status;
+    if (origin == 1) base = lseek(file->descriptor, 0, SEEK_CUR);
+    if (origin == 2) base = fstat(file->descriptor, &status) == 0 ? status.st_size : -1;
     const int64_t target = base + offset;
-    if (target < 0 || target > 0xFFFFFFFFll) return failed;
-    return FileSeek64(handle, target, 0) < 0 ? failed : static_cast<uint32_t>(target);
+    if (base < 0 || target < 0 || target > 0xFFFFFFFF) return failed;
+    return lseek(file->descriptor, target, SEEK_SET) < 0 ? failed : static_cast<uint32_t>(target);
 }
 
-int64_t FileTell64(Handle handle) { return FileSeek64(handle, 0, 1); }
+int64_t FileSeek64(Handle handle, int64_t offset, unsigned int origin) noexcept {
+    File file(handle);
+    return file && origin <= 2 ? lseek(file->descriptor, offset, static_cast<int>(origin)) : -1;
+}
 
-int64_t FileSize64(Handle handle) {
-    Entry file;
+int64_t FileTell64(Handle handle) noexcept { return FileSeek64(handle, 0, 1); }
+
+int64_t FileSize64(Handle handle) noexcept {
+    File file(handle);
     struct stat status;
-    if (!Find(handle, file) || !file.isRegular || fstat(file.descriptor, &status) != 0) return -1;
+    if (!file || !file->isRegular || fstat(file->descriptor, &status) != 0) return -1;
     return status.st_size;
 }
 
-uint32_t FileSize(Handle handle) { return static_cast<uint32_t>(FileSize64(handle)); }
+uint32_t FileSize(Handle handle) noexcept { return static_cast<uint32_t>(FileSize64(handle)); }
 
-bool FileIsRegular(Handle handle) {
-    Entry file;
-    return Find(handle, file) && file.isRegular;
+bool FileIsRegular(Handle handle) noexcept {
+    File file(handle);
+    return file && file->isRegular;
 }
 
-bool FileFlush(Handle handle) {
-    Entry file;
-    if (!Find(handle, file) || !file.canWrite) return false;
-    return fsync(file.descriptor) == 0 || errno == EINVAL || errno == EROFS;
+bool FileFlush(Handle handle) noexcept {
+    File file(handle);
+    if (!file || !file->canWrite) return false;
+    return fsync(file->descriptor) == 0 || errno == EINVAL || errno == EROFS;
 }
 
-bool FileSetEnd(Handle handle) {
-    Entry file;
-    if (!Find(handle, file) || !file.canWrite) return false;
-    const off_t position = lseek(file.descriptor, 0, SEEK_CUR);
-    return position >= 0 && ftruncate(file.descriptor, position) == 0;
+bool FileSetEnd(Handle handle) noexcept {
+    File file(handle);
+    if (!file || !file->canWrite) return false;
+    const off_t position = lseek(file->descriptor, 0, SEEK_CUR);
+    return position >= 0 && ftruncate(file->descriptor, position) == 0;
 }
 
-bool PathExists(const char* path) {
+bool PathExists(const char* path) noexcept {
     struct stat status;
     return stat(path, &status) == 0;
 }
 
-bool PathIsDirectory(const char* path) {
+bool PathIsDirectory(const char* path) noexcept {
     struct stat status;
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool MakeDirectory(const char* path) { return mkdir(path, 0777) == 0; }
+bool MakeDirectory(const char* path) noexcept { return mkdir(path, 0777) == 0; }
 
 std::vector<std::string> ListDirectory(const char* path) {
     std::vector<std::string> names;
@@ -274,7 +230,7 @@ std::vector<std::string> ListDirectory(const char* path) {
     return names;
 }
 
-FILE* StdFileOnDescriptor(int descriptor, const char* mode) {
+FILE* StdFileOnDescriptor(int descriptor, const char* mode) noexcept {
     const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
     if (copy < 0) return nullptr;
     FILE* file = fdopen(copy, mode);
@@ -282,9 +238,9 @@ FILE* StdFileOnDescriptor(int descriptor, const char* mode) {
     return file;
 }
 
-int64_t StdFileLength(FILE* file) {
+int64_t StdFileLength(FILE* file) noexcept {
     struct stat status;
-    return fstat(fileno(file), &status) == 0 ? static_cast<int64_t>(status.st_size) : -1;
+    return fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) ? static_cast<int64_t>(status.st_size) : -1;
 }
 
 }

@@ -2,6 +2,8 @@
 
 // Futexes on plain words, for this folder's sources.
 
+#include "zvc/platform/Wait.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -21,16 +23,19 @@ inline void FutexWake(uint32_t* word, uint32_t count = INT_MAX) {
     syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count > INT_MAX ? INT_MAX : count, nullptr, nullptr, 0);
 }
 
-/// The deadline that lies milliseconds ahead; null for no limit.
-inline const timespec* Deadline(uint32_t milliseconds, timespec& at) {
-    if (milliseconds == 0xFFFFFFFF) return nullptr;
-    clock_gettime(CLOCK_MONOTONIC, &at);
+inline void Advance(timespec& at, uint32_t milliseconds) {
     at.tv_sec += milliseconds / 1000;
     at.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000L;
-    if (at.tv_nsec >= 1000000000L) {
-        ++at.tv_sec;
-        at.tv_nsec -= 1000000000L;
-    }
+    if (at.tv_nsec < 1000000000L) return;
+    ++at.tv_sec;
+    at.tv_nsec -= 1000000000L;
+}
+
+/// The deadline that lies milliseconds ahead; null for no limit.
+inline const timespec* Deadline(uint32_t milliseconds, timespec& at) {
+    if (milliseconds == Infinite) return nullptr;
+    clock_gettime(CLOCK_MONOTONIC, &at);
+    Advance(at, milliseconds);
     return &at;
 }
 

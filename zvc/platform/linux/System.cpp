@@ -9,8 +9,6 @@
 #include <ctime>
 #include <cxxabi.h>
 #include <pthread.h>
-#include <sched.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace zvc::platform {
@@ -39,39 +37,67 @@ LocalTime LocalTimeNow() noexcept {
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
     tm local{};
+    tzset();
     localtime_r(&now.tv_sec, &local);
     return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
             static_cast<int>(now.tv_nsec / 1000000)};
 }
 
+// Where the year knows two offsets, the lesser is the zone's own and the other is daylight time: the tables of some zones
+// say it the other way round, with a winter time that is the exception, and not every zone moves by an hour.
 TimeZone TimeZoneNow() noexcept {
     const time_t now = time(nullptr);
     tm local{};
+    tzset();
     localtime_r(&now, &local);
-    const bool daylight = local.tm_isdst > 0;
-    return {static_cast<int>(-local.tm_gmtoff / 60) + (daylight ? 60 : 0), daylight};
+    long standard = local.tm_gmtoff;
+    bool changes = local.tm_isdst > 0;
+    for (int month = 0; month <= 6; month += 6) {
+        tm other{};
+        other.tm_year = local.tm_year;
+        other.tm_mon = month;
+        other.tm_mday = 1;
+        const time_t then = timegm(&other);
+        localtime_r(&then, &other);
+        changes = changes || other.tm_isdst > 0;
+        if (other.tm_gmtoff < standard) standard = other.tm_gmtoff;
+    }
+    if (!changes) standard = local.tm_gmtoff;
+    if (local.tm_isdst > 0 && standard == local.tm_gmtoff) standard = -timezone;       // daylight time all the year
+    return {static_cast<int>(-standard / 60), local.tm_gmtoff > standard};
 }
 
 namespace {
 
+thread_local uintptr_t t_stackLowest __attribute__((tls_model("initial-exec"))) = 0;
 thread_local uintptr_t t_stackLimit __attribute__((tls_model("initial-exec"))) = 0;
 
-uintptr_t FindStackLimit() noexcept {
+// Where the system does not tell, a part of the least that threads are usually given is believed to be left.
+void FindStack() noexcept {
     pthread_attr_t attributes;
     void* lowest = nullptr;
     size_t size = 0;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return 0;
-    pthread_attr_getstack(&attributes, &lowest, &size);
-    pthread_attr_destroy(&attributes);
-    size_t reserve = 64 * 1024;
-    if (size / 4 < reserve) reserve = size / 4;
-    return reinterpret_cast<uintptr_t>(lowest) + reserve;
+    if (pthread_getattr_np(pthread_self(), &attributes) == 0) {
+        pthread_attr_getstack(&attributes, &lowest, &size);
+        pthread_attr_destroy(&attributes);
+    } else {
+        size = 256 * 1024;
+        lowest = static_cast<char*>(__builtin_frame_address(0)) - size;
+    }
+    const size_t reserve = size / 4 < 64 * 1024 ? size / 4 : 64 * 1024;
+    t_stackLowest = reinterpret_cast<uintptr_t>(lowest);
+    t_stackLimit = t_stackLowest + reserve;
 }
 
+}
+
+uintptr_t StackLowest() noexcept {
+    if (t_stackLimit == 0) FindStack();
+    return t_stackLowest;
 }
 
 uintptr_t StackLimit() noexcept {
-    if (t_stackLimit == 0) t_stackLimit = FindStackLimit();
+    if (t_stackLimit == 0) FindStack();
     return t_stackLimit;
 }
 

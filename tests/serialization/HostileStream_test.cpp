@@ -1,0 +1,157 @@
+// Damaged and hostile bytes: they end in a value or a ZvCoderException, and take no memory out of proportion.
+
+#include "support/Graph.h"
+
+#include <sys/resource.h>
+
+#include <thread>
+
+using namespace cases;
+
+namespace {
+
+// A list in a list in a list: each level is a TagNewObject, a back reference to the list's type and a count of one.
+std::string NestedLists(int depth) {
+    std::string bytes = FromHex("84" "87" "935a7641727261794c697374" "8b5a5643" "a001" "a301000080" "a001");
+    for (int i = 1; i < depth; ++i) bytes += FromHex("84a801a001");
+    return bytes;
+}
+
+ZvCoderException::Causes CauseOf(const std::string& bytes, int state) {
+    Memory in(bytes);
+    ZvBinaryCoder$ coder = Coder(state);
+    try {
+        const ZvObject$ o = coder->DecodeObject(in.stream);
+    } catch (const ZvCoderException& e) {
+        return e.cause;
+    }
+    return static_cast<ZvCoderException::Causes>(0);
+}
+
+std::string NewObject(const std::string& type, unsigned char spec, const std::string& schema, const std::string& content) {
+    std::string bytes = FromHex("8487");
+    bytes += static_cast<char>(0x88 + type.size());
+    bytes += type + FromHex("8b5a5643");
+    bytes += FromHex("a0") + static_cast<char>(spec) + schema + content;
+    return bytes;
+}
+
+long PeakMemoryMiB() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+}
+
+TEST(HostileStream, NestingDeeperThanTheStackRaises) {
+    EXPECT_EQ(CauseOf(NestedLists(1000000), 0), ZvCoderException::TypeUnavailable);
+    EXPECT_EQ(CauseOf(NestedLists(1000000), 1), ZvCoderException::TypeUnavailable);
+}
+
+TEST(HostileStream, NestingRaisesOnASmallStackToo) {
+    std::thread thread([] { EXPECT_EQ(CauseOf(NestedLists(1000000), 0), ZvCoderException::TypeUnavailable); });
+    thread.join();
+}
+
+TEST(HostileStream, EncodingAnUntrackedCycleRaisesBeforeTheStackEnds) {
+    ZvArrayList$ list = new ZvArrayList;
+    list->Add(list);
+    Memory out;
+    ZvBinaryCoder$ coder = Coder(0);
+    try {
+        coder->Write(out.stream, list);
+        ADD_FAILURE() << "it ended";
+    } catch (const ZvCoderException& e) {
+        EXPECT_EQ(e.cause, ZvCoderException::StreamFailed);
+    }
+    list->Clear();
+}
+
+TEST(HostileStream, CountsAreBelievedAsElementsArrive) {
+    const std::string exact = FromHex("a001"), tolerant = FromHex("a301000080"), huge = FromHex("a3ffffffff");
+    const long before = PeakMemoryMiB();
+    for (const char* name : {"ZvArrayList", "ZvQueue", "ZvStack", "ZvHashSet", "ZvDictionary"})
+        EXPECT_EQ(CauseOf(NewObject(name, 1, tolerant, huge), 0), ZvCoderException::BadTag) << name;
+    for (const char* name : {"ZvInt32Array", "ZvBoolArray", "ZvObjectArray"})
+        EXPECT_EQ(CauseOf(NewObject(name, 6, exact, huge), 0), ZvCoderException::BadTag) << name;
+    for (const char* name : {"ZvFloatArray", "ZvDoubleArray", "ZvMat4dArray", "ZvColorArray"})
+        EXPECT_EQ(CauseOf(NewObject(name, 6, exact, huge), 0), ZvCoderException::StreamFailed) << name;
+    EXPECT_EQ(CauseOf(NewObject("ZvFloatVector", 1, exact, huge), 0), ZvCoderException::StreamFailed);
+    // A field-driven type with four thousand million fields.
+    EXPECT_EQ(CauseOf(FromHex("84878a50748b417070a001a3ffffffff"), 0), ZvCoderException::BadTag);
+    EXPECT_LT(PeakMemoryMiB() - before, 64);
+}
+
+TEST(HostileStream, StringIsAsLongAsWhatArrived) {
+    Memory in(FromHex("9bffffffff") + "abc");
+    ZvString text;
+    Coder(0)->Read(in.stream, text);
+    EXPECT_EQ(text, "abc");
+}
+
+TEST(HostileStream, ExhaustedStreamIsABadTag) {
+    for (const char* hex : {"", "84", "8487", "84878f5a76", "ac", "a8"}) {
+        const auto cause = CauseOf(FromHex(hex), 0);
+        EXPECT_NE(cause, 0) << hex;
+    }
+}
+
+TEST(HostileStream, ModuleWithASeparatorIsNotLoaded) {
+    for (const std::string module : {"../lib/evil", "/lib/libm.so.6", "a\\b"}) {
+        std::string bytes = FromHex("8487") + FromHex("8a") + "Xy" + static_cast<char>(0x88 + module.size()) + module + FromHex("a001");
+        EXPECT_EQ(CauseOf(bytes, 0), ZvCoderException::TypeUnavailable) << module;
+    }
+    EXPECT_EQ(CauseOf(FromHex("84878a5879" "8e") + "nobody" + FromHex("a001"), 0), ZvCoderException::TypeUnavailable);
+}
+
+TEST(HostileStream, TypeThatCannotBeBuiltRaises) {
+    EXPECT_EQ(CauseOf(FromHex("8487") + FromHex("90") + "ZvStream" + FromHex("8b5a5643" "a001" "a000"), 0),
+              ZvCoderException::TypeUnavailable);
+}
+
+TEST(HostileStream, CollectionThatIsItsOwnKeyRaises) {
+    // A tracked set that holds a list that holds itself: its hash has no end.
+    const std::string set = FromHex("8487") + FromHex("91") + "ZvHashSet" + FromHex("8b5a5643" "a001" "a301000080" "a001");
+    const std::string list = FromHex("8487") + FromHex("93") + "ZvArrayList" + FromHex("8b5a5643" "a001" "a301000080" "a001" "ac04");
+    EXPECT_EQ(CauseOf(set + list, 1), ZvCoderException::TypeUnavailable);
+}
+
+TEST(HostileStream, NullWhereAHashNeedsAnObjectRaises) {
+    const std::string set = FromHex("8487") + FromHex("91") + "ZvHashSet" + FromHex("8b5a5643" "a001" "a301000080" "a001");
+    const std::string queue = FromHex("8487") + FromHex("8f") + "ZvQueue" + FromHex("8b5a5643" "a001" "a301000080" "a001" "80");
+    EXPECT_EQ(CauseOf(set + queue, 0), ZvCoderException::TypeUnavailable);
+    const std::string box = FromHex("8487") + FromHex("93") + "ZvObjectRef" + FromHex("8b5a5643" "a002" "a001" "80");
+    EXPECT_EQ(CauseOf(set + box, 0), ZvCoderException::TypeUnavailable);
+}
+
+TEST(HostileStream, ChainOfFiveThousandObjectsSavesAndLoads) {
+    ZvObject$ head;
+    for (int i = 0; i < 5000; ++i) {
+        GNode* node = new GNode;
+        node->value = i;
+        node->next = head;
+        head = node;
+    }
+    for (int state : {0, 1}) {
+        Memory out(4 << 20);
+        Coder(state)->Write(out.stream, head);
+        Memory in(out.Taken());
+        ZvObject$ back;
+        Coder(state)->Read(in.stream, back);
+        int length = 0;
+        for (GNode$ at = back; at; at = at->next) EXPECT_EQ(at->value, 4999 - length++);
+        EXPECT_EQ(length, 5000);
+    }
+}
+
+TEST(HostileStream, ChainOfAMillionObjectsComesApart) {
+    ZvObject$ head;
+    for (int i = 0; i < 1000000; ++i) {
+        GNode* node = new GNode;
+        node->next = head;
+        head = node;
+    }
+    head = nullptr;
+    SUCCEED();
+}

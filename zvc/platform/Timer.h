@@ -1,0 +1,19 @@
+#pragma once
+
+#include "zvc/platform/Api.h"
+#include "zvc/platform/Handle.h"
+
+#include <cstdint>
+
+namespace zvc::platform {
+
+/// Arms a timer on an event, at a resolution of one millisecond; null on failure. Required: the event is named by the address
+/// of the variable that holds its handle, which is read at each tick and must live until TimerStop. Periodic: the event is
+/// pulsed every so many milliseconds, without drift; a pulse for which nobody waits is lost. Otherwise it is set, once:
+/// a pulse would be lost on a waiter that comes late. 0 milliseconds count as 1.
+ZV_API Handle TimerStart(uint32_t milliseconds, bool periodic, Handle* event) noexcept;
+
+/// Disarms a timer, of which nothing runs any more on return. False for a handle that is no timer's.
+ZV_API bool TimerStop(Handle timer) noexcept;
+
+}
