@@ -16,7 +16,7 @@
 
 namespace cases {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;      // references stand behind what they name, in the order of the text
 
 inline Json Load(const std::string& file) {
     std::ifstream in(std::string(ZVC_TEST_DATA) + "/cases/" + file + ".json");

@@ -18,6 +18,8 @@ public:
             return true;
         }
         if (!j.is_object()) return true;
+        // No operation selects what is not there; such an enumeration comes out of a stream alone.
+        if (j.contains("candidates") && j["selection"].get<size_t>() >= j["candidates"].size() && j["selection"] != 0) return false;
         if (j.contains("t") && j["t"] != "type" && ZvSystem::FindType(j["t"].get<std::string>().c_str()) == nullptr) return false;
         if (j.contains("t") && j["t"] == "type" && ZvSystem::FindType(j["name"].get<std::string>().c_str()) == nullptr) return false;
         for (const auto& [key, value] : j.items())
