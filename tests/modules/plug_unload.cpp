@@ -4,6 +4,10 @@
 #include <zvc/zvc.h>
 
 #include <cstdlib>
+// The compiler takes what its own library does there for a use of something unset.
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <regex>
 #include <string>
 

@@ -2,6 +2,7 @@
 
 #include "zvc/core/ZvSystem.h"
 #include "zvc/serialization/ZvCoder.h"
+#include "zvc/serialization/ZvCoderException.h"
 #include "zvc/values/ZvString.h"
 
 #include <cstdarg>
@@ -91,6 +92,9 @@ void ZvMethod::Decode(ZvStream$& stream, ZvCoder* coder) {
         ZvObject$ parameter;
         coder->Read(stream, parameter);
         names.emplace_back(parameter);
+        // A memory stream gives its last byte for ever.
+        if (count % 1024 == 0 && stream->Fail())
+            throw ZvCoderException(ZvCoderException::StreamFailed, "ZvMethod", "ZvMethod::Decode", __LINE__, "");
     }
     m_name = name;
     m_types = types;
