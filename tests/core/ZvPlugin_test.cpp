@@ -26,8 +26,8 @@ ZvPlugin* Gadgets() { return ZvSystem::LoadPlugin(Text("plug_gadgets")); }
 
 /// Objects that the table does not own have nobody who deletes them. They are kept where a leak checker sees them.
 ZvPlugin* Keep(ZvPlugin* plugin) {
-    static std::vector<ZvPlugin*> s_kept;
-    s_kept.push_back(plugin);
+    static auto* const s_kept = new std::vector<ZvPlugin*>;       // never destroyed
+    s_kept->push_back(plugin);
     return plugin;
 }
 

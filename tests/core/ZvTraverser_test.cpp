@@ -307,7 +307,7 @@ TEST(ZvTraverser, LargeGraphWithCyclesAndSharedParts) {
     for (int id = 0; id < count; ++id) {
         // A tree over all of them, where each right-hand leaf leads back: to its grandparent, or to a shared node.
         const int left = 2 * id + 1, right = 2 * id + 2;
-        nodes[static_cast<size_t>(id)]->m_left = nodes[static_cast<size_t>(left < count ? left : id / 4)];
+        nodes[static_cast<size_t>(id)]->m_left = nodes[static_cast<size_t>(left < count ? left : (id - 3) / 4)];
         nodes[static_cast<size_t>(id)]->m_right = nodes[static_cast<size_t>(right < count ? right : id % 100)];
     }
     Recorder recorder;

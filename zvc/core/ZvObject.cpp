@@ -129,8 +129,7 @@ void ZvObject::operator delete(void* block) { ZvSystem::Free(block); }
 void ZvObject::operator delete(void*, size_t) {}
 void ZvObject::operator delete(void*, void*) noexcept {}
 
-ZvMonitor* ZvObject::EnsureMonitor() const {
-    if (ZvMonitor* monitor = m_monitor.load(std::memory_order_acquire)) return monitor;
+ZvMonitor* ZvObject::MakeMonitor() const {
     auto& section = ZvSystemState::Get().monitorSection;
     section.Enter();
     ZvMonitor* monitor = m_monitor.load(std::memory_order_relaxed);
@@ -142,10 +141,6 @@ ZvMonitor* ZvObject::EnsureMonitor() const {
     return monitor;
 }
 
-void ZvObject::Lock() const { EnsureMonitor()->Lock(); }
-void ZvObject::Unlock() const { m_monitor.load(std::memory_order_relaxed)->Unlock(); }
 void ZvObject::Wait() const { EnsureMonitor()->Wait(0xFFFFFFFF); }
 void ZvObject::Notify() const { EnsureMonitor()->Notify(); }
 void ZvObject::NotifyAll() const { EnsureMonitor()->NotifyAll(); }
-
-ZvLock::~ZvLock() { m_object->m_monitor.load(std::memory_order_relaxed)->Unlock(); }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "zvc/core/ZvMonitor.h"
 #include "zvc/core/ZvSuper.h"
 
 #include <atomic>
 
 class ZvCoder;
 class ZvDictionary$;
-class ZvMonitor;
 class ZvObject$;
 class ZvStream$;
 class ZvString$;
@@ -61,10 +61,10 @@ public:
     void ReleaseNotDelete() { m_ref_count.fetch_sub(1); }
 
     /// Enters the object's monitor; the same thread may enter again. Constant operations lock as well.
-    void Lock() const;
+    void Lock() const { EnsureMonitor()->Lock(); }
 
     /// Leaves the monitor. The object must have been locked by this thread: there is no check.
-    void Unlock() const;
+    void Unlock() const { m_monitor.load(std::memory_order_relaxed)->Unlock(); }
 
     /// Leaves the monitor once, waits for a notification without limit, and enters it again. Call it locked.
     void Wait() const;
@@ -103,11 +103,13 @@ protected:
     static unsigned int FindFileVersion(ZvCoder* coder, ZvType* type);
 
 private:
-    friend class ZvLock;
-
     static uint32_t TakeSerial() noexcept;
     void Destroy();
-    ZvMonitor* EnsureMonitor() const;
+    ZvMonitor* EnsureMonitor() const {
+        ZvMonitor* monitor = m_monitor.load(std::memory_order_acquire);
+        return monitor != nullptr ? monitor : MakeMonitor();
+    }
+    ZvMonitor* MakeMonitor() const;
 
     std::atomic<int32_t> m_ref_count{0};
     mutable std::atomic<ZvMonitor*> m_monitor{nullptr};
@@ -122,7 +124,7 @@ class ZV_API ZvLock {
 public:
     ZvLock(const ZvObject* object) : m_object(object) { m_object->Lock(); }
     ZvLock(const ZvObject& object) : ZvLock(&object) {}
-    ~ZvLock();
+    ~ZvLock() { m_object->Unlock(); }
     ZvLock(const ZvLock&) = delete;
     ZvLock& operator=(const ZvLock&) = delete;
 

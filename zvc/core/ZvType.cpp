@@ -75,7 +75,7 @@ ZvType::ZvType(const ZvType& other)
       m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_compiled(other.m_compiled.load()),
       m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
       m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
-    std::memcpy(m_line, other.m_line, sizeof m_line);
+    for (unsigned int i = 0; i < LineLength; ++i) m_line[i].store(other.m_line[i].load());
 }
 
 ZvType::~ZvType() {
@@ -117,7 +117,7 @@ size_t ZvType::CalcOffsetSlow(const ZvType* t) const {
         self->m_compiled.store(true, std::memory_order_release);
     }
     Unlock();
-    return CalcOffsetCompiled(t);
+    return OffsetOf(*t);
 }
 
 void ZvType::Compile() {
@@ -160,7 +160,8 @@ void ZvType::BuildTable() {
         if (!standsInLine || e.offset != 0) rest.push_back(e);
         if (standsInLine && e.offset != 0) *std::find(std::begin(line), std::end(line), e.type) = nullptr;
     }
-    std::copy(std::begin(line), std::end(line), m_line);
+    for (size_t i = 0; i < LineLength; ++i) m_line[i].store(line[i], std::memory_order_relaxed);
+    m_lineIsAll.store(rest.empty() && inLine && chain.size() <= LineLength, std::memory_order_release);
     if (rest.empty()) return;
 
     size_t slots = 4;

@@ -106,11 +106,7 @@ public:
 
     /// Offset of the base t within this class, 0 for the class itself, all ones when t is no base. Any thread; after
     /// the first call without a lock and without allocation.
-    size_t CalcOffset(const ZvType* t) const {
-        if (t == this) return 0;
-        if (!m_compiled.load(std::memory_order_acquire)) return CalcOffsetSlow(t);
-        return CalcOffsetCompiled(t);
-    }
+    size_t CalcOffset(const ZvType* t) const { return t == nullptr ? ZvNoOffset : OffsetOf(*t); }
 
     /// CalcOffset differs from all ones. A class is derived from itself.
     bool IsDerivedFrom(const ZvType* t) const { return CalcOffset(t) != ZvNoOffset; }
@@ -141,18 +137,26 @@ public:
 
 private:
     friend struct ZvModuleState;
+    friend ZvObject* zvc::detail::CastObject(ZvObject*, const ZvType&);
 
     // Ancestors at offset 0 on the object branch stand in a line by depth; all others in a small table by address.
     struct Entry { const ZvType* type; size_t offset; };
     struct OffsetMap;
     static constexpr unsigned int LineLength = 10;
 
-    size_t CalcOffsetCompiled(const ZvType* t) const {
-        if (t == nullptr) return ZvNoOffset;
-        if (m_line[t->m_depth.load(std::memory_order_relaxed)] == t) return 0;
-        return m_tableMask == 0 ? ZvNoOffset : Probe(t);
+    // CalcOffset on what is no null. An entry of the line never changes once it is set, so that a hit needs nothing else;
+    // a miss is final where the line was complete before we looked at it.
+    size_t OffsetOf(const ZvType& t) const {
+        const bool lineIsAll = m_lineIsAll.load(std::memory_order_acquire);
+        if (m_line[t.m_depth.load(std::memory_order_relaxed)].load(std::memory_order_relaxed) == &t) return 0;
+        return lineIsAll ? ZvNoOffset : OffsetBesideLine(&t);
+    }
+    size_t OffsetBesideLine(const ZvType* t) const {
+        if (t == this) return 0;
+        return m_compiled.load(std::memory_order_acquire) ? Probe(t) : CalcOffsetSlow(t);
     }
     size_t Probe(const ZvType* t) const {
+        if (m_tableMask == 0) return ZvNoOffset;
         for (size_t i = Slot(t) & m_tableMask;; i = (i + 1) & m_tableMask) {
             const Entry& e = m_table[i];
             if (e.type == t) return e.offset;
@@ -184,7 +188,8 @@ private:
     bool m_registered = false;                 // a working descriptor, not an empty one or a copy
     std::atomic<bool> m_compiled{false};
     mutable std::atomic<unsigned int> m_depth{0};
-    const ZvType* m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
+    std::atomic<bool> m_lineIsAll{false};      // compiled, and every ancestor stands in the line, the class itself too
+    std::atomic<const ZvType*> m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
     const Entry* m_table = nullptr;
     size_t m_tableMask = 0;
     mutable ZvDictionary$ m_fieldCache;
@@ -192,5 +197,5 @@ private:
 };
 
 inline ZvObject* zvc::detail::CastObject(ZvObject* o, const ZvType& type) {
-    return o != nullptr && o->GetType()->CalcOffset(&type) != ZvNoOffset ? o : nullptr;
+    return o != nullptr && o->GetType()->OffsetOf(type) != ZvNoOffset ? o : nullptr;
 }

@@ -39,13 +39,14 @@ struct ZV_API CriticalSection {
             ++m_depth;
             return true;
         }
-        if (owner != 0 || !__atomic_compare_exchange_n(&m_owner, &owner, me, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return false;
-        m_depth = 1;
-        return true;
+        return owner == 0 && __atomic_compare_exchange_n(&m_owner, &owner, me, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED);
     }
 
     void Leave() noexcept {
-        if (--m_depth != 0) return;
+        if (m_depth != 0) {
+            --m_depth;
+            return;
+        }
         __atomic_store_n(&m_owner, uintptr_t(0), __ATOMIC_RELEASE);
         __atomic_signal_fence(__ATOMIC_SEQ_CST);            // the other half of the sleeper's barrier
         if (__atomic_load_n(&m_sleepers, __ATOMIC_RELAXED) != 0) WakeOne();
@@ -58,7 +59,7 @@ private:
     void WakeOne() noexcept;
 
     uintptr_t m_owner = 0;
-    uint32_t m_depth = 0;                                   // the owner's alone
+    uint32_t m_depth = 0;                                   // how often the owner entered again; the owner's alone
     uint32_t m_sleepers = 0;                                // threads that sleep or are about to
 };
 

@@ -42,7 +42,7 @@ public:
     bool Put(const void* data, size_t size) {
         unsigned char* at = Room(size);
         if (at == nullptr) return PutMore(data, size);
-        std::memcpy(at, data, size);
+        if (size != 0) std::memcpy(at, data, size);        // nothing may come from nowhere
         Advance(size);
         return true;
     }
