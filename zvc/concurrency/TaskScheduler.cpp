@@ -128,9 +128,43 @@ TaskScheduler::Task* TaskScheduler::NextTask() {
     }
 }
 
+// Passing the counter of pieces from worker to worker takes longer than a piece of a few nanoseconds, which one worker alone gets
+// through sooner. So while pieces are as short as that, all workers but the first step back for a moment whenever others have
+// taken pieces in between. Nothing else changes: the next piece is whoever's comes for it.
+class TaskScheduler::Courtesy {
+public:
+    explicit Courtesy(unsigned int worker) : m_rounds(worker * RoundsOfAWorker) {}
+
+    void AfterPiece(int64_t left) {
+        if (--m_untilLook == 0) Look();
+        if (m_tiny && m_left - left > 1)
+            for (unsigned int i = 0; i < m_rounds; ++i) zvc::platform::SpinOnce();
+        m_left = left;
+    }
+
+private:
+    static constexpr unsigned int PiecesOfALook = 32;
+    static constexpr uint64_t TinyPiece = 200;                    // nanoseconds
+    static constexpr unsigned int RoundsOfAWorker = 32;
+
+    void Look() {
+        const uint64_t now = zvc::platform::ClockTicks();
+        m_tiny = m_rounds != 0 && now - m_since < PiecesOfALook * TinyPiece;
+        m_since = now;
+        m_untilLook = PiecesOfALook;
+    }
+
+    const unsigned int m_rounds;
+    unsigned int m_untilLook = PiecesOfALook;
+    uint64_t m_since = 0;
+    int64_t m_left = 0;
+    bool m_tiny = false;
+};
+
 // Runs pieces as long as the task stands at the head: a task that is put before it goes first. The pieces run are subtracted at
 // the end in one step: before that the task cannot be finished, since this worker is still at it.
 void TaskScheduler::RunPieces(Task& task, const ZvSystem::ThreadInfo& info) {
+    Courtesy courtesy(info.index);
     int64_t done = 1;
     while (m_first.load(std::memory_order_relaxed) == &task) {
         const int64_t left = task.toStart.fetch_sub(1);
@@ -141,6 +175,7 @@ void TaskScheduler::RunPieces(Task& task, const ZvSystem::ThreadInfo& info) {
         }
         task.body(info, static_cast<unsigned int>(left - 1), task.user);
         ++done;
+        courtesy.AfterPiece(left);
     }
     if (task.toFinish.fetch_sub(done) == done) Finish(task, info);
 }
@@ -149,9 +184,10 @@ void TaskScheduler::Finish(Task& task, const ZvSystem::ThreadInfo& info) {
     task.end(info);
     delete &task;
     if (m_pending.fetch_sub(1) != 1) return;
+    // Through the lock first: whoever saw a task pending waits by then. Behind it, so that no one wakes up to wait again.
     m_doneObject->Lock();
-    m_doneObject->NotifyAll();
     m_doneObject->Unlock();
+    m_doneObject->NotifyAll();
 }
 
 void ZvSystem::AddTask(TaskQueue queue, zvc::Delegate<void(const ThreadInfo&, unsigned int, void*)>& body, unsigned int count,

@@ -43,6 +43,7 @@ public:
 
 private:
     struct Task;
+    class Courtesy;
 
     void Work(ZvObject$& index);
     Task* NextTask();
