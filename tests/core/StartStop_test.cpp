@@ -4,34 +4,16 @@
 
 #include <zvc/zvc.h>
 
+#include "support/Programs.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <cstring>
-#include <sys/wait.h>
+#include <fstream>
 #include <unistd.h>
 
 namespace {
-
-struct Outcome {
-    int code;
-    std::string output;
-};
-
-Outcome Execute(const std::string& command) {
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    std::string output;
-    for (int c; (c = std::fgetc(pipe)) != EOF;) output.push_back(static_cast<char>(c));
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
-}
-
-std::string Beside(const std::string& name) {
-    return (std::filesystem::read_symlink("/proc/self/exe").parent_path() / name).string();
-}
 
 ZvArguments$ OneInt(int value) {
     ZvArguments$ args = new ZvPrimArray<ZvObject$>(1, nullptr);

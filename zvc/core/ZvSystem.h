@@ -6,8 +6,12 @@
 
 class ZvPlugin;
 struct ZvModuleState;
+namespace zvc {
+template <class Signature>
+class Delegate;
+}
 
-/// The static face of the library: memory, the registry of types and modules, plug-ins, processors and the clock.
+/// The static face of the library: memory, the registry of types and modules, plug-ins, tasks, processors and the clock.
 ///
 /// The registries have no lock: types and modules are registered, and plug-ins loaded, on one thread at a time.
 class ZV_API ZvSystem {
@@ -49,6 +53,34 @@ public:
     /// known or has no factory, or no constructor that takes exactly args. Raises as LoadPlugin does.
     static ZvObject* New(const ZvString$& name);
     static ZvObject* New(const ZvString$& name, ZvArguments$ args);
+
+    /// What a task is told of the worker that runs it: the worker's index, from 0 up to the count of processors less one.
+    struct ThreadInfo {
+        unsigned int index;
+    };
+
+    /// Where a task is put: ahead of all that wait, or behind them. Any other value is a defined call whose task never runs
+    /// and stays pending for ever.
+    enum TaskQueue : int { TaskQueueFront = 0, TaskQueueBack = 1 };
+
+    /// Queues a task of count pieces for the workers, one for each processor, which live as long as the library. Each piece is
+    /// one call of body with the worker, the piece's number and user; the numbers go from count - 1 down to 0 in the order in
+    /// which the pieces are handed out. Pieces of one task run at the same time on several workers. After all of them end is
+    /// called once, by the worker that finished last. Both delegates are copied, and either may be empty.
+    ///
+    /// All free workers take pieces of the task at the head of the queue, and the tasks behind it get none. A count of 0 is
+    /// not refused: it makes 2^32 pieces. An exception that leaves a delegate ends the process. Any thread, with or without
+    /// StartTask, a task's body among them. No effect before the library's start and after its end.
+    static void AddTask(TaskQueue queue, zvc::Delegate<void(const ThreadInfo&, unsigned int, void*)>& body, unsigned int count,
+                        zvc::Delegate<void(const ThreadInfo&)>& end, void* user);
+
+    /// Begins a batch: takes the process-wide batch lock, which one thread holds until its EndTask. No effect before the
+    /// library's start and after its end.
+    static void StartTask();
+
+    /// Ends the batch: waits until no task is pending, whoever added it, and gives the batch lock back. There is no check that
+    /// this thread has begun one, or that the library still stands. Never in a task: it would wait for itself.
+    static void EndTask();
 
     /// Processors of the machine, counted at the library's start.
     static unsigned int GetNumberOfProcessor();

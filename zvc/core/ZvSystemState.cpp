@@ -1,5 +1,6 @@
 #include "zvc/core/ZvSystemState.h"
 
+#include "zvc/concurrency/TaskScheduler.h"
 #include "zvc/core/ZvModuleState.h"
 #include "zvc/core/ZvPlugin.h"
 #include "zvc/core/ZvType.h"
@@ -30,10 +31,12 @@ ZvSystemState& ZvSystemState::Get() { return s_state; }
 ZvSystemState::ZvSystemState() {
     ZvObject::s_serial = 0;
     processors = zvc::platform::ProcessorCount();
+    scheduler = ZvObject$(new TaskScheduler(processors));
     frequency = zvc::platform::ClockFrequency();
 }
 
 ZvSystemState::~ZvSystemState() {
+    scheduler = ZvObject$();
     closing = true;
     while (!plugins.empty()) {
         auto entry = plugins.begin();

@@ -36,6 +36,7 @@ struct ZvSystemState {
     Table<ZvType*> types;
     Table<ZvPlugin*> plugins;
     Table<ZvModuleState*> modules;
+    ZvObject$ scheduler;                               // the TaskScheduler
     bool closing = false;
     zvc::platform::CriticalSection monitorSection;     // the making of monitors, for all objects
     unsigned int processors = 0;

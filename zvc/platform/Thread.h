@@ -60,4 +60,11 @@ ZV_API void SleepFor(uint32_t milliseconds) noexcept;
 /// Gives up the processor once.
 ZV_API void YieldOnce() noexcept;
 
+/// Waits for some tens of nanoseconds without giving up the processor.
+#if !defined(_WIN32)
+inline void SpinOnce() noexcept { __builtin_ia32_pause(); }
+#else
+ZV_API void SpinOnce() noexcept;
+#endif
+
 }

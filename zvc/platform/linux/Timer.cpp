@@ -17,7 +17,9 @@ namespace {
 class TimerObject final : public Object {
 public:
     TimerObject(uint32_t milliseconds, bool periodic, Handle* event) noexcept
-        : Object(ObjectKind::Timer), m_milliseconds(milliseconds == 0 ? 1 : milliseconds), m_periodic(periodic), m_event(event) {}
+        : Object(ObjectKind::Timer), m_milliseconds(milliseconds == 0 ? 1 : milliseconds), m_periodic(periodic), m_event(event) {
+        clock_gettime(CLOCK_MONOTONIC, &m_at);               // the schedule counts from the call, not from the thread's start
+    }
     static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::Timer; }
 
     // The host's signals are no business of this thread's.
@@ -47,12 +49,10 @@ private:
 
     void Run() noexcept {
         prctl(PR_SET_TIMERSLACK, 1);                         // the default of 50 us would come on top of each tick
-        timespec at;
-        clock_gettime(CLOCK_MONOTONIC, &at);
         do {
-            Advance(at, m_milliseconds);
+            Advance(m_at, m_milliseconds);
             while (!Stopped())
-                if (FutexWait(&m_stop, 0, &at) < 0 && errno == ETIMEDOUT) break;
+                if (FutexWait(&m_stop, 0, &m_at) < 0 && errno == ETIMEDOUT) break;
             if (Stopped()) return;
             const Handle event = __atomic_load_n(m_event, __ATOMIC_ACQUIRE);
             if (m_periodic) EventPulse(event);
@@ -67,6 +67,7 @@ private:
     const bool m_periodic;
     bool m_started = false;
     Handle* const m_event;
+    timespec m_at;                                           // the tick that comes next
     pthread_t m_thread{};
 };
 

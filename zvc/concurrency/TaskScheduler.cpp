@@ -1,0 +1,206 @@
+#include "zvc/concurrency/TaskScheduler.h"
+
+#include "zvc/core/ZvFieldMacros.h"
+#include "zvc/core/ZvMethodMacros.h"
+#include "zvc/platform/Clock.h"
+#include "zvc/platform/System.h"
+#include "zvc/platform/Thread.h"
+#include "zvc/values/ZvPrimitive.h"
+
+ZV_DEFINE_CLASS(TaskScheduler, (ZvObject), ZV_TABLES)
+ZV_FIELDS(TaskScheduler)
+ZV_METHODS(TaskScheduler)
+ZV_CONSTRUCTORS(TaskScheduler)
+
+// Alive before the state that owns the scheduler, and after it.
+constinit std::atomic<TaskScheduler*> TaskScheduler::s_instance{nullptr};
+
+/// A task from Add to the end of its last piece. It stands in the queue as long as it has pieces to hand out.
+struct TaskScheduler::Task {
+    Task(const Body& taskBody, unsigned int count, const End& taskEnd, void* taskUser)
+        : body(taskBody), end(taskEnd), user(taskUser), toStart(PiecesOf(count)), toFinish(PiecesOf(count)) {}
+
+    // Deliberately not refused: a count of 0 goes to all ones at the first piece, which is 2^32 pieces.
+    static int64_t PiecesOf(unsigned int count) { return count == 0 ? int64_t(1) << 32 : int64_t(count); }
+
+    const Body body;
+    const End end;
+    void* const user;
+    Task* previous = nullptr;
+    Task* next = nullptr;
+    bool queued = false;
+    char apart[64];                               // the counter goes from worker to worker, what stands above is only read
+    std::atomic<int64_t> toStart;                 // 0 and below: no piece is left
+    std::atomic<int64_t> toFinish;                // with one for each worker that is at the task
+    char end_apart[64];
+};
+
+TaskScheduler::TaskScheduler(unsigned int workers)
+    : m_workerCount(workers), m_process(zvc::platform::CurrentProcessId()), m_queueObject(new ZvObject), m_doneObject(new ZvObject) {
+    Lock();                                       // makes the monitor: whoever ends a batch that was not begun gets by
+    Unlock();
+    m_workers.reserve(m_workerCount);
+    for (unsigned int i = 0; i != m_workerCount; ++i) {
+        zvc::Delegate<void(ZvObject$&)> work(std::make_pair(this, &TaskScheduler::Work));
+        m_workers.emplace_back(new ZvThread(work));
+        m_workers.back()->Start(ZvObject$(new ZvPrimitive<unsigned int>(i)));
+    }
+    s_instance.store(this, std::memory_order_release);
+}
+
+TaskScheduler::~TaskScheduler() {
+    s_instance.store(nullptr, std::memory_order_release);
+    if (m_process == zvc::platform::CurrentProcessId()) Stop();
+    m_doneObject = ZvObject$();
+    m_queueObject = ZvObject$();
+    const unsigned long self = zvc::platform::CurrentThreadId();
+    for (auto& worker : m_workers)
+        if (worker->GetThreadID() == self) worker->Retain();      // exit was called by a task: its thread must not kill itself
+}
+
+// With the lock held at the notification: a worker between its look at the flag and its wait would miss it.
+void TaskScheduler::Stop() {
+    m_queueObject->Lock();
+    m_stopping = true;
+    m_first = nullptr;
+    m_queueObject->NotifyAll();
+    m_queueObject->Unlock();
+    for (auto& worker : m_workers) worker->Join();
+    m_stopping = false;
+}
+
+void TaskScheduler::Link(Task& task, Task* before, Task* behind) {
+    task.previous = before;
+    task.next = behind;
+    task.queued = true;
+    if (behind != nullptr) behind->previous = &task;
+    else m_last = &task;
+    if (before != nullptr) before->next = &task;
+    else m_first = &task;
+}
+
+void TaskScheduler::Unlink(Task& task) {
+    if (!task.queued) return;
+    task.queued = false;
+    if (task.next != nullptr) task.next->previous = task.previous;
+    else m_last = task.previous;
+    if (task.previous != nullptr) task.previous->next = task.next;
+    else m_first = task.next;
+}
+
+void TaskScheduler::Add(ZvSystem::TaskQueue queue, const Body& body, unsigned int count, const End& end, void* user) {
+    auto* task = new Task(body, count, end, user);
+    m_pending.fetch_add(1);
+    m_queueObject->Lock();
+    if (queue == ZvSystem::TaskQueueFront) Link(*task, nullptr, m_first);
+    else if (queue == ZvSystem::TaskQueueBack) Link(*task, m_last, nullptr);
+    m_queueObject->Unlock();
+    // Whoever waits by now was there before the task was, and is seen; the others see the task.
+    if (count == 1) m_queueObject->Notify();
+    else m_queueObject->NotifyAll();
+}
+
+void TaskScheduler::WaitForAll() {
+    m_doneObject->Lock();
+    while (m_pending != 0) m_doneObject->Wait();
+    m_doneObject->Unlock();
+}
+
+void TaskScheduler::Work(ZvObject$& index) {
+    if (!index || index->GetType()->CalcOffset(&ZvPrimitive<unsigned int>::s_type) == ZvNoOffset) return;
+    const ZvSystem::ThreadInfo info{static_cast<ZvPrimitive<unsigned int>*>(index.Get())->value};
+    while (Task* task = NextTask()) RunPieces(*task, info);
+}
+
+// The first task with pieces left, which then counts this worker too; null when the workers are to end. A task in the queue is
+// alive: whoever takes its last piece takes it out before that piece is run.
+TaskScheduler::Task* TaskScheduler::NextTask() {
+    ZvLock lock(m_queueObject.Get());
+    for (;;) {
+        while (m_first == nullptr && !m_stopping) m_queueObject->Wait();
+        if (m_stopping) return nullptr;           // even if tasks are left
+        Task* task = m_first;
+        if (task->toStart > 0) {
+            task->toFinish.fetch_add(1);
+            return task;
+        }
+        Unlink(*task);
+    }
+}
+
+// Passing the counter of pieces from worker to worker takes longer than a piece of a few nanoseconds, which one worker alone gets
+// through sooner. So while pieces are as short as that, all workers but the first step back for a moment whenever others have
+// taken pieces in between. Nothing else changes: the next piece is whoever's comes for it.
+class TaskScheduler::Courtesy {
+public:
+    explicit Courtesy(unsigned int worker) : m_rounds(worker * RoundsOfAWorker) {}
+
+    void AfterPiece(int64_t left) {
+        if (--m_untilLook == 0) Look();
+        if (m_tiny && m_left - left > 1)
+            for (unsigned int i = 0; i < m_rounds; ++i) zvc::platform::SpinOnce();
+        m_left = left;
+    }
+
+private:
+    static constexpr unsigned int PiecesOfALook = 32;
+    static constexpr uint64_t TinyPiece = 200;                    // nanoseconds
+    static constexpr unsigned int RoundsOfAWorker = 32;
+
+    void Look() {
+        const uint64_t now = zvc::platform::ClockTicks();
+        m_tiny = m_rounds != 0 && now - m_since < PiecesOfALook * TinyPiece;
+        m_since = now;
+        m_untilLook = PiecesOfALook;
+    }
+
+    const unsigned int m_rounds;
+    unsigned int m_untilLook = PiecesOfALook;
+    uint64_t m_since = 0;
+    int64_t m_left = 0;
+    bool m_tiny = false;
+};
+
+// Runs pieces as long as the task stands at the head: a task that is put before it goes first. The pieces run are subtracted at
+// the end in one step: before that the task cannot be finished, since this worker is still at it.
+void TaskScheduler::RunPieces(Task& task, const ZvSystem::ThreadInfo& info) {
+    Courtesy courtesy(info.index);
+    int64_t done = 1;
+    while (m_first.load(std::memory_order_relaxed) == &task) {
+        const int64_t left = task.toStart.fetch_sub(1);
+        if (left <= 0) break;
+        if (left == 1) {
+            ZvLock lock(m_queueObject.Get());
+            Unlink(task);
+        }
+        task.body(info, static_cast<unsigned int>(left - 1), task.user);
+        ++done;
+        courtesy.AfterPiece(left);
+    }
+    if (task.toFinish.fetch_sub(done) == done) Finish(task, info);
+}
+
+void TaskScheduler::Finish(Task& task, const ZvSystem::ThreadInfo& info) {
+    task.end(info);
+    delete &task;
+    if (m_pending.fetch_sub(1) != 1) return;
+    // Through the lock first: whoever saw a task pending waits by then. Behind it, so that no one wakes up to wait again.
+    m_doneObject->Lock();
+    m_doneObject->Unlock();
+    m_doneObject->NotifyAll();
+}
+
+void ZvSystem::AddTask(TaskQueue queue, zvc::Delegate<void(const ThreadInfo&, unsigned int, void*)>& body, unsigned int count,
+                       zvc::Delegate<void(const ThreadInfo&)>& end, void* user) {
+    if (TaskScheduler* scheduler = TaskScheduler::Get()) scheduler->Add(queue, body, count, end, user);
+}
+
+void ZvSystem::StartTask() {
+    if (TaskScheduler* scheduler = TaskScheduler::Get()) scheduler->Lock();
+}
+
+void ZvSystem::EndTask() {
+    TaskScheduler* scheduler = TaskScheduler::Get();
+    scheduler->WaitForAll();                      // deliberately without a look whether it is there
+    scheduler->Unlock();
+}
