@@ -1,8 +1,12 @@
 #include "Scene.h"
 
-#include <cstring>
+#include "ObjReader.h"
 
-ZV_MODULE("scene", nullptr, nullptr)
+#include <cstring>
+#include <filesystem>
+
+// The name that stands in the files, and so the plug-in's name on the disk.
+ZV_MODULE("scene_model", nullptr, nullptr)
 
 ZV_DEFINE_CLASS(demo::Material, (ZvObject), .create = &Create, ZV_TABLES)
 ZV_FIELDS(demo::Material, ZV_FIELD(m_name), ZV_FIELD(m_diffuse), ZV_FIELD_ARRAY(m_roughness), ZV_FIELD_NEST(m_bump.mode),
@@ -19,8 +23,8 @@ ZV_CONSTRUCTORS(demo::Node, ZV_CONSTRUCTOR())
 
 ZV_DEFINE_CLASS(demo::Document, (ZvObject), .create = &Create, ZV_TABLES)
 ZV_FIELDS(demo::Document, ZV_FIELD(m_root), ZV_FIELD(m_materials))
-ZV_METHODS(demo::Document)
-ZV_CONSTRUCTORS(demo::Document, ZV_CONSTRUCTOR())
+ZV_METHODS(demo::Document, ZV_METHOD(Summary), ZV_METHOD(CountObjects), ZV_METHOD(Check, "meshFile"))
+ZV_CONSTRUCTORS(demo::Document, ZV_CONSTRUCTOR(), ZV_CONSTRUCTOR(ZvString$))
 
 namespace demo {
 
@@ -57,37 +61,71 @@ void Node::Detach() {
     m_children = ZvObject$();
 }
 
-Document::~Document() {
-    if (const Node$ root = m_root) root->Detach();
-}
+Document::Document(const ZvString$& meshFile) {
+    std::string error;
+    const Mesh$ mesh = ReadObj(meshFile->CStr(), error);
+    if (!mesh) throw ZvException(error.c_str());
+    const std::string name = std::filesystem::path(meshFile->CStr()).stem();
 
-Document$ MakeDocument(const Mesh$& mesh, const char* name) {
     Material$ material = new Material;
     material->m_name = new ZvString("plaster");
     material->m_bump.bias = 0.25;
     mesh->m_material = material;
-
-    Document$ document = new Document;
     ZvDictionary$ materials = new ZvDictionary;
     materials->Add(material->m_name, material);
-    document->m_materials = materials;
+    m_materials = materials;
 
     Node$ root = new Node;
-    root->m_name = new ZvString(name);
+    root->m_name = new ZvString(name.c_str());
     ZvArrayList$ children = new ZvArrayList;
     root->m_children = children;
-    document->m_root = root;
+    m_root = root;
     for (int i = 0; i < 4; ++i) {
         Node$ node = new Node;
         ZvString$ label = new ZvString;
-        label->Format("%s %d", name, i + 1);
+        label->Format("%s %d", name.c_str(), i + 1);
         node->m_name = label;
         node->m_position = {i * 2.0, 0, 0};
         node->m_mesh = mesh;
         node->m_parent = root;
         children->Add(node);
     }
-    return document;
+}
+
+Document::~Document() {
+    if (const Node$ root = m_root) root->Detach();
+}
+
+// A file may hold anything: each handle is null where it holds something else.
+Mesh$ Document::SharedMesh() const {
+    const Node$ root = m_root;
+    const ZvArrayList$ places = root ? root->m_children : ZvObject$();
+    const Node$ first = places && places->Count() != 0 ? places->ItemAt(0) : ZvObject$();
+    return first ? first->m_mesh : ZvObject$();
+}
+
+ZvString$ Document::Summary() const {
+    const Mesh$ mesh = SharedMesh();
+    ZvString$ text = new ZvString;
+    if (mesh && mesh->m_points && mesh->m_corners)
+        text->Format("%llu points, %llu triangles", mesh->m_points->Count(), mesh->m_corners->Count() / 3);
+    return text;
+}
+
+ZvString$ Document::Check(const ZvString$& meshFile) const {
+    const Mesh$ mesh = SharedMesh();
+    if (!mesh) return new ZvString("is a document without a mesh");
+    const Node$ root = m_root;
+    const ZvArrayList$ places = root->m_children;
+    for (size_t i = 0; i < places->Count(); ++i) {
+        const Node$ place = places->ItemAt(i);
+        if (!place || place->m_mesh != mesh) return new ZvString("has places that do not share the mesh");
+        if (place->m_parent != root) return new ZvString("has places that do not know their parent");
+    }
+    std::string error;
+    const Mesh$ original = ReadObj(meshFile->CStr(), error);
+    if (!original || !mesh->Equals(original.Get())) return new ZvString("is not what was saved");
+    return nullptr;
 }
 
 namespace {
@@ -99,14 +137,14 @@ public:
         return true;
     }
     void OnLeave(ZvObject$&) override {}
-    size_t count = 0;
+    int count = 0;
 };
 
 }
 
-size_t CountObjects(const Document$& document) {
+int Document::CountObjects() const {
     Counter counter;
-    ZvObject$ root = document;
+    ZvObject$ root = const_cast<Document*>(this);
     counter.Traverse(root);
     return counter.count;
 }

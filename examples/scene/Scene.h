@@ -1,6 +1,7 @@
 #pragma once
 
-// The classes of a small scene document, as a client of the library declares its own.
+// The classes of a small scene document, as a client of the library declares its own. They live in the plug-in scene_model:
+// the program does not know them, and reaches them by reflection alone.
 
 #include <zvc/zvc.h>
 
@@ -55,22 +56,30 @@ public:
 };
 ZV_DECLARE_HANDLE(Node, ZvObject$);
 
-/// The document.
+/// The document: a few places that share one mesh and one material.
 class Document : public ZvObject {
     ZV_DECLARE_CLASS(Document)
     ZV_DECLARE_CREATE(Document)
     ZV_DECLARE_TABLES()
 public:
+    Document() = default;
+    /// A new scene of the mesh in a Wavefront OBJ file. Raises ZvException with the reason where that cannot be read.
+    explicit Document(const ZvString$& meshFile);
+    ~Document() override;
+
+    ZvString$ Summary() const;                                  ///< "N points, M triangles"
+    int CountObjects() const;                                   ///< behind the document, each counted once
+
+    /// Null when the places share one mesh, which is point for point that of the file, and know their parent; otherwise
+    /// what is not as it should be.
+    ZvString$ Check(const ZvString$& meshFile) const;
+
     ZvObject$ m_root;                                           ///< a Node
     ZvObject$ m_materials;                                      ///< a ZvDictionary by name
-    ~Document() override;
+
+private:
+    Mesh$ SharedMesh() const;
 };
 ZV_DECLARE_HANDLE(Document, ZvObject$);
-
-/// A scene of a few places that share one mesh and one material.
-Document$ MakeDocument(const Mesh$& mesh, const char* name);
-
-/// Objects behind the document, each counted once.
-size_t CountObjects(const Document$& document);
 
 }

@@ -9,6 +9,7 @@ printf 'v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n' >"$work/quad.obj"
 "$scene" "$work/quad.obj" "$work/quad.zvc" | tee "$work/out"
 grep -q '4 points, 2 triangles' "$work/out"
 grep -q 'The same, point for point' "$work/out"
+grep -q 'plug-in scene_model came by its name in the file' "$work/out"
 
 fails() {   # fails TEXT COMMAND...: one line that holds the text, and exit code 1
     local text=$1 code=0
@@ -25,3 +26,9 @@ fails 'line 2 names a point' "$scene" "$work/bad.obj"
 fails 'is no document' "$scene" --load "$work/text.obj" "$work/quad.obj"
 head -c 200 "$work/quad.zvc" >"$work/cut.zvc"
 fails 'is no document\|no document of a scene' "$scene" --load "$work/cut.zvc" "$work/quad.obj"
+
+# Without the plug-in beside it the program says what it misses, and cannot read what it once wrote.
+mkdir "$work/alone"
+cp "$scene" "$work/alone/scene"
+fails 'plug-in that cannot be loaded' "$work/alone/scene" "$work/quad.obj"
+fails 'is no document (ZvBinaryCoder::DecodeType, cause 6)' "$work/alone/scene" --load "$work/quad.zvc" "$work/quad.obj"

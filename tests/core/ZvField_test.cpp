@@ -708,3 +708,14 @@ TEST(ZvField, AVisitorCannotPutAnotherClassIntoASpecialHandle) {
     FieldOf("m_title")->Traverse(visitor, root);
     EXPECT_TRUE(!body->m_title);
 }
+
+TEST(ZvFieldMap, HasADescriptorOfItsOwn) {
+    ZvField* none[] = {nullptr};
+    const ZvFieldMap map(none);
+    EXPECT_EQ(map.GetType(), &ZvFieldMap::s_type);
+    EXPECT_EQ(ZvSystem::FindType("ZvFieldMap"), &ZvFieldMap::s_type);
+    EXPECT_EQ(ZvFieldMap::s_type.GetBaseType(), &ZvObject::s_type);
+    EXPECT_EQ(ZvFieldMap::s_type.GetSchema(), 0x80000001u);
+    EXPECT_EQ(ZvFieldMap::s_type.GetClassSpec(), 1u);
+    EXPECT_EQ(ZvFieldMap::s_type.CreateObject(), nullptr);
+}

@@ -31,7 +31,7 @@ ZvCoderException::Causes CauseOf(const std::string& bytes, int state) {
 
 std::string NewObject(const std::string& type, unsigned char spec, const std::string& schema, const std::string& content) {
     std::string bytes = FromHex("8487");
-    bytes += static_cast<char>(0x88 + type.size());
+    bytes += type.size() < 16 ? std::string(1, static_cast<char>(0x88 + type.size())) : "\x98" + std::string(1, static_cast<char>(type.size()));
     bytes += type + FromHex("8b5a5643");
     bytes += FromHex("a0") + static_cast<char>(spec) + schema + content;
     return bytes;
@@ -156,4 +156,22 @@ TEST(HostileStream, ChainOfAMillionObjectsComesApart) {
     }
     head = nullptr;
     SUCCEED();
+}
+
+TEST(HostileStream, LastByteOfAMemoryStreamThatIsAnElementForEverEndsTheReader) {
+    // A count of four thousand million, and then a null reference, which a memory stream gives again and again.
+    const std::string tolerant = FromHex("a301000080"), lie = FromHex("a3ffffffff80");
+    const long before = PeakMemoryMiB();
+    for (const char* name : {"ZvArrayList", "ZvQueue", "ZvStack", "ZvHashSet", "ZvDictionary", "ZvSerializationInfo", "ZvEnum"}) {
+        const std::string bytes = NewObject(name, 1, tolerant, lie);
+        Bytes array = new ZvPrimArray<unsigned char>(bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data()));
+        ZvStream$ stream = new ZvMemoryStream(array);
+        try {
+            const ZvObject$ o = Coder(0)->DecodeObject(stream);
+            ADD_FAILURE() << name;
+        } catch (const ZvCoderException& e) {
+            EXPECT_EQ(e.cause, ZvCoderException::StreamFailed) << name;
+        }
+    }
+    EXPECT_LT(PeakMemoryMiB() - before, 64);
 }

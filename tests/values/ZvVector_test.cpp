@@ -419,3 +419,15 @@ TEST(ZvVector, CountBeyondTheStreamRaisesAndKeepsWhatIsInFront) {
     EXPECT_EQ(v[0], 0);
     EXPECT_EQ(v[1], 1);
 }
+
+TEST(ZvVector, ElementsThatCameBeforeOneRaisedAreAppended) {
+    for (const bool other : {false, true}) {
+        SCOPED_TRACE(other);
+        Ints v = Counting(1);
+        encoded::OtherCoder otherCoder;
+        ZvHandle<ZvBinaryCoder, ZvObject$> own = new ZvBinaryCoder(nullptr);
+        ZvStream$ stream = encoded::StreamOf("a005" "a007" "a008" "a009" "84");      // the fourth of five is no number
+        EXPECT_THROW(v.Decode(stream, other ? static_cast<ZvCoder*>(&otherCoder) : own.Get()), ZvCoderException);
+        EXPECT_EQ(Text(v), "0 7 8 9 ");
+    }
+}

@@ -13,7 +13,7 @@
 //
 // ZV_DEFINE_CLASS stands at global scope and takes the full name ("studio::Light"): the class's name in the registry
 // and in streams is its source name, the same on every platform. Its options are those of ZvTypeOptions, in order.
-// The field, method and constructor macros stand in ZvField.h and ZvMethod.h.
+// The field macros stand in ZvFieldMacros.h, those of methods and constructors in ZvMethodMacros.h.
 
 #include "zvc/core/ZvInterface.h"
 #include "zvc/core/ZvModuleState.h"

@@ -7,6 +7,7 @@
 #include <cstring>
 
 ZV_DEFINE_CLASS(ZvField, (ZvObject))
+ZV_DEFINE_CLASS(ZvFieldMap, (ZvObject))
 
 ZvField::ZvField(ZvType* owner, const char* name, ZvType* valueType)
     : m_owner(owner), m_name($L(name)), m_valueType(valueType) {}

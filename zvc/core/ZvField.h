@@ -58,6 +58,7 @@ protected:
 
 /// The fields that a class itself declares, in order. Made once for a class, by ZV_FIELDS.
 class ZV_API ZvFieldMap : public ZvObject {
+    ZV_DECLARE_CLASS(ZvFieldMap)
 public:
     /// Takes over the fields of a table that ends with null; the table itself is copied.
     explicit ZvFieldMap(ZvField** table);

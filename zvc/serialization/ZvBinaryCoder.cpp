@@ -183,6 +183,7 @@ void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int count, const double* v
 void ZvBinaryCoder::Write(ZvStream$& stream, const ZvString& text) { EncodeString(stream, text); }
 
 void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
+    RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
     unsigned char head[9];

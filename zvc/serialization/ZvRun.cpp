@@ -37,8 +37,8 @@ template <class T> using ScalarOf = typename Scalar<T>::type;
 template <class T> constexpr bool IsRaw = std::is_floating_point_v<ScalarOf<T>>;
 template <class T> constexpr bool IsInteger = std::is_integral_v<ScalarOf<T>> && !std::is_same_v<T, bool>;
 
-/// What an exhausted stream may leave out of a run before the reader gives up on it, in bytes.
-constexpr size_t Slack = 64 * 1024;
+/// What is granted at first where a count may be a lie, in bytes.
+constexpr size_t FirstGrant = 64 * 1024;
 
 constexpr unsigned char FirstInteger = ZvBinaryCoder::TagInt;
 
@@ -141,25 +141,15 @@ size_t ReadAtOnce(ZvBinaryCoder& coder, T* values, size_t count) {
     }
 }
 
-/// Where a stream stands still an element may be made of nothing for so long, and no longer.
-class Arrival {
-public:
-    explicit Arrival(ZvStream$& stream) : m_stream(stream), m_last(stream->Tellg()) {}
-    void After(size_t bytes) {
-        m_bytes += bytes;
-        if (m_bytes < Slack) return;
-        const long long now = m_stream->Tellg();
-        if (now >= 0 && now == m_last) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Read");
-        m_last = now;
-        m_bytes = 0;
-    }
+}
 
-private:
-    ZvStream$& m_stream;
-    long long m_last;
-    size_t m_bytes = 0;
-};
+Arrival::Arrival(ZvStream$& stream) : m_stream(stream), m_last(stream->Tellg()) {}
 
+void Arrival::Look() {
+    const long long now = m_stream->Tellg();
+    if (now >= 0 && now == m_last) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Read");
+    m_last = now;
+    m_bytes = 0;
 }
 
 template <class T>
@@ -178,9 +168,9 @@ void WriteRun(ZvStream$& stream, ZvCoder* coder, const T* values, size_t count) 
 }
 
 template <class T>
-void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count) {
+void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t& done) {
+    done = 0;
     if (count == 0) return;
-    size_t done = 0;
     if (ZvBinaryCoder* own = RunAccess::Exactly(coder)) {
         InputScope scope(RunAccess::In(*own), stream);
         if (RunAccess::In(*own).IsOn(stream.Get())) done = ReadAtOnce(*own, values, count);
@@ -204,12 +194,12 @@ size_t RoomFor(ZvStream$& stream, ZvCoder* coder, size_t elementBytes, size_t ar
         InputWindow& in = RunAccess::In(*own);
         if (in.IsOn(stream.Get()) && in.Remaining() / elementBytes >= remaining) return remaining;
     }
-    return std::min(remaining, std::max(arrived, Slack / elementBytes + 1));
+    return std::min(remaining, std::max(arrived, FirstGrant / elementBytes + 1));
 }
 
 #define ZV_RUN(...)                                                                            \
     template ZV_API void WriteRun(ZvStream$&, ZvCoder*, __VA_ARGS__ const*, size_t);          \
-    template ZV_API void ReadRun(ZvStream$&, ZvCoder*, __VA_ARGS__*, size_t);
+    template ZV_API void ReadRun(ZvStream$&, ZvCoder*, __VA_ARGS__*, size_t, size_t&);
 
 ZV_RUN(bool)
 ZV_RUN(char)

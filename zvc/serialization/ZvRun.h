@@ -13,9 +13,29 @@ namespace zvc::detail {
 template <class T>
 void WriteRun(ZvStream$& stream, ZvCoder* coder, const T* values, size_t count);
 
-/// Reads count elements in order, in place.
+/// Reads count elements in order, in place. done counts them, so that it tells how many had arrived when one raises.
 template <class T>
-void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count);
+void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t& done);
+
+/// Ends a reader that goes on where nothing arrives any more: a memory stream gives its last byte for ever, and an element
+/// may be made of it. After so much of that comes ZvCoderException (StreamFailed).
+class ZV_API Arrival {
+public:
+    explicit Arrival(ZvStream$& stream);
+    /// An element of that many bytes has come.
+    void After(size_t bytes) {
+        m_bytes += bytes;
+        if (m_bytes >= Slack) Look();
+    }
+
+private:
+    static constexpr size_t Slack = 64 * 1024;
+    void Look();
+
+    ZvStream$& m_stream;
+    long long m_last;
+    size_t m_bytes = 0;
+};
 
 /// How many of the remaining elements a reader may make room for now. A count out of a stream is believed only as fast
 /// as elements arrive: the answer is remaining where the stream surely holds as many (each takes elementBytes at the

@@ -1,6 +1,6 @@
 #include "zvc/serialization/ZvSerializationInfo.h"
 
-#include "zvc/serialization/ZvCoder.h"
+#include "zvc/serialization/ZvRun.h"
 #include "zvc/values/ZvString.h"
 
 ZV_DEFINE_CLASS(ZvSerializationInfo, (ZvObject), .codec = true, .create = &Create)
@@ -53,7 +53,9 @@ void ZvSerializationInfo::Encode(ZvStream$& stream, ZvCoder* coder) const {
 void ZvSerializationInfo::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
+    zvc::detail::Arrival arrival(stream);
     for (; count != 0; --count) {
+        arrival.After(sizeof(ZvObject$));
         ZvObject$ name, value;
         coder->Read(stream, name);
         coder->Read(stream, value);

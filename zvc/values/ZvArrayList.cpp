@@ -1,5 +1,6 @@
 #include "zvc/values/ZvArrayList.h"
 
+#include "zvc/serialization/ZvRun.h"
 #include "zvc/values/ZvSequence.h"
 
 #include <algorithm>
@@ -131,7 +132,9 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
     // A count is believed as fast as elements arrive: room for a few thousand at first.
     constexpr unsigned int atFirst = 4096;
     if (std::min(count, atFirst) > m_items.capacity()) Reserve(std::min(count, atFirst));
+    zvc::detail::Arrival arrival(stream);
     for (unsigned int i = 0; i < count; ++i) {
+        arrival.After(sizeof(ZvObject$));
         ZvObject$ element;
         coder->Read(stream, element);
         Add(element);

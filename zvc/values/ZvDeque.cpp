@@ -1,5 +1,7 @@
 #include "zvc/values/ZvDeque.h"
 
+#include "zvc/serialization/ZvRun.h"
+
 #include <algorithm>
 
 namespace zvc::detail::deque {
@@ -33,7 +35,9 @@ bool Equal(const Items& a, const Items& b, const char* function) {
 void Decode(ZvStream$& stream, ZvCoder* coder, Items& items) {
     unsigned int count = 0;
     coder->Read(stream, count);
+    Arrival arrival(stream);
     for (; count != 0; --count) {
+        arrival.After(sizeof(ZvObject$));
         ZvObject$ element;
         coder->Read(stream, element);
         items.push_back(std::move(element));

@@ -1,5 +1,6 @@
 #include "zvc/values/ZvDictionary.h"
 
+#include "zvc/serialization/ZvRun.h"
 #include "zvc/values/ZvArrayList.h"
 #include "zvc/values/ZvSequence.h"
 
@@ -121,7 +122,9 @@ void ZvDictionary::Encode(ZvStream$& stream, ZvCoder* coder) const {
 void ZvDictionary::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
+    zvc::detail::Arrival arrival(stream);
     for (; count != 0; --count) {
+        arrival.After(sizeof(ZvObject$));
         ZvObject$ key, value;
         coder->Read(stream, key);
         coder->Read(stream, value);

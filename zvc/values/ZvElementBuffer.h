@@ -41,15 +41,15 @@ inline constexpr size_t LeastStreamBytes =
                                                                                 : 1;
 
 /// Reads the next count elements of a run into memory that holds none yet; count is what RoomFor granted behind arrived
-/// elements. Handles must be null before.
+/// elements. Handles must be null before. done counts what has come, also when the coder raises.
 ///
 /// A coder of somebody else may leave an element alone: it is zero then. Beyond a first step so much is granted only
 /// where the stream surely holds it; such a run is not cleared first, for it is the one that takes time.
 template <class T>
-void ReadStep(ZvStream$& stream, ZvCoder* coder, T* target, size_t arrived, size_t count) {
+void ReadStep(ZvStream$& stream, ZvCoder* coder, T* target, size_t arrived, size_t count, size_t& done) {
     constexpr size_t FirstStep = 64 * 1024 + 1;
     if (arrived != 0 || count <= FirstStep) ClearElements(target, count);
-    ReadRun(stream, coder, target, count);
+    ReadRun(stream, coder, target, count, done);
 }
 
 }

@@ -1,5 +1,6 @@
 #include "zvc/values/ZvHashSet.h"
 
+#include "zvc/serialization/ZvRun.h"
 #include "zvc/values/ZvSequence.h"
 
 ZV_DEFINE_CLASS(ZvHashSet, (ZvObject, ZvICollection), .codec = true, .create = &Create)
@@ -61,7 +62,9 @@ void ZvHashSet::Encode(ZvStream$& stream, ZvCoder* coder) const {
 void ZvHashSet::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
+    zvc::detail::Arrival arrival(stream);
     for (; count != 0; --count) {
+        arrival.After(sizeof(ZvObject$));
         ZvObject$ element;
         coder->Read(stream, element);
         Add(element);

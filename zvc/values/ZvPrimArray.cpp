@@ -112,7 +112,8 @@ void ZvPrimArray<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
     for (size_t arrived = 0; arrived < stored; arrived = incoming.room) {
         const size_t step = zvc::detail::RoomFor(stream, coder, zvc::detail::LeastStreamBytes<T>, arrived, stored - arrived);
         incoming.Grow(arrived + step);
-        zvc::detail::ReadStep(stream, coder, incoming.buffer + arrived, arrived, step);
+        size_t done = 0;
+        zvc::detail::ReadStep(stream, coder, incoming.buffer + arrived, arrived, step, done);
     }
     std::swap(count, incoming.room);
     std::swap(data, incoming.buffer);

@@ -165,6 +165,19 @@ unsigned long long ZvVector<T>::CapacityAfterAdding(unsigned long long count) co
     return capacity;
 }
 
+/// Reads step elements behind the last. What had come when the coder raises has been appended.
+template <class T>
+void ZvVector<T>::AppendStep(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t step) {
+    size_t done = 0;
+    try {
+        zvc::detail::ReadStep(stream, coder, last, arrived, step, done);
+    } catch (...) {
+        last += done;
+        throw;
+    }
+    last += step;
+}
+
 // The vector is not emptied first: decoding appends, and it is meant so.
 template <class T>
 void ZvVector<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
@@ -176,8 +189,7 @@ void ZvVector<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
         const unsigned long long needed = Count() + step;
         const bool isLastStep = arrived + step == stored;
         if (needed > Capacity()) Reallocate(isLastStep ? capacity : needed);
-        zvc::detail::ReadStep(stream, coder, last, arrived, step);
-        last += step;
+        AppendStep(stream, coder, arrived, step);
         arrived += step;
     }
     if (Capacity() < capacity) Reallocate(capacity);

@@ -69,7 +69,8 @@ public:
     /// The size in its low 32 bits, then each element through the coder's overload for T.
     void Encode(ZvStream$& stream, ZvCoder* coder) const override;
 
-    /// Appends the elements of the stream: what the vector holds stays in front of them.
+    /// Appends the elements of the stream: what the vector holds stays in front of them. Those that came before one raises
+    /// have been appended.
     void Decode(ZvStream$& stream, ZvCoder* coder) override;
 
     /// Element index, converted from or to the kinds that the box of T takes; false for all others. Never grows.
@@ -92,6 +93,7 @@ private:
     void AddGrowing(const T& value);
     void GrowFor(unsigned long long needed);
     void Reallocate(unsigned long long capacity);
+    void AppendStep(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t step);
     unsigned long long CapacityAfterAdding(unsigned long long count) const;
 
     T* first = nullptr;

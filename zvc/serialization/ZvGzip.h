@@ -1,0 +1,111 @@
+#pragma once
+
+// The framing that the compressed streams share: a gzip file (RFC 1952) around raw deflate data. Internal; not for clients.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+struct z_stream_s;
+
+namespace zvc::detail {
+
+/// Where the compressed bytes go to, or come from.
+class GzipPort {
+public:
+    virtual ~GzipPort() = default;
+    virtual size_t Write(const void* data, size_t size) = 0;     ///< fewer than asked for is a failure
+    virtual size_t Read(void* data, size_t size) = 0;            ///< fewer than asked for is the end, or a failure
+    virtual bool ReadFailed() const = 0;                         ///< the last Read came short by a failure
+    virtual long long Position() = 0;                            ///< of the next Read; -1 where there is none
+    virtual bool Seek(long long position) = 0;                   ///< of the next Read, also from the end
+};
+
+/// Bytes move to and from a port, and through the compressor, in blocks of this size.
+constexpr long long GzipBlock = 16384;
+
+/// Writes one member. Positions count uncompressed bytes, in 32 bits. A failure is final.
+class GzipWriter {
+public:
+    GzipWriter(GzipPort& port, int level, int strategy);         ///< writes the header
+    ~GzipWriter();
+
+    /// The bytes taken: fewer than count after a failure.
+    long long Write(const void* data, long long count);
+    /// Compresses what is there by one of zlib's flush modes and hands all that comes of it to the port. 0, or the failure.
+    int Flush(int mode);
+    /// Checksum and length, behind a Flush with Z_FINISH.
+    bool WriteTrailer();
+    /// Pads with zero bytes up to a position further on, and gives it; -1 for any other.
+    long long Seek(long long offset, int origin);
+    /// zlib's result: 0, or negative after a failure.
+    int Result() const { return m_result; }
+
+private:
+    struct End {
+        void operator()(z_stream_s* z) const;
+    };
+    void Hold(const unsigned char* data, long long count);
+    bool Drain();
+    long long Compress(const unsigned char* data, long long count);
+    bool WriteOut();
+
+    GzipPort& m_port;
+    std::unique_ptr<z_stream_s, End> m_z;
+    std::unique_ptr<unsigned char[]> m_out;
+    std::unique_ptr<unsigned char[]> m_held;    // small writes, for the compressor is slow to call
+    long long m_heldCount = 0;
+    int m_result = 0;
+    uint32_t m_crc = 0;
+    uint32_t m_position = 0;
+};
+
+/// Reads members one behind the other, or passes through what is no gzip file. What stands behind the last member and is
+/// none itself is left alone.
+class GzipReader {
+public:
+    explicit GzipReader(GzipPort& port);                         ///< reads the first header
+    ~GzipReader();
+
+    /// The bytes read; fewer than count at the end or in front of a failure; -1 behind one.
+    long long Read(void* buffer, long long count);
+    /// Moves and gives the position in uncompressed bytes, 32 bits wide; -1 where that is refused or cannot be.
+    long long Seek(long long offset, int origin);
+    /// zlib's result behind the bytes that Read has given: 0, 1 at the end, negative after a failure.
+    int Result() const { return m_result; }
+    /// The port has nothing more.
+    bool AtEnd() const { return m_atEnd; }
+
+private:
+    struct End {
+        void operator()(z_stream_s* z) const;
+    };
+    size_t Fetch(unsigned char* to, size_t size);
+    int Byte();
+    uint32_t Long();
+    void SkipText();
+    bool LooksLikeMember();
+    int ReadHeader();
+    int EndMember();
+    size_t Produce(unsigned char* to, size_t room);
+    size_t Copy(unsigned char* to, size_t room);
+    size_t Inflate(unsigned char* to, size_t room);
+    bool Broken() const;
+    bool Restart(long long portPosition);
+
+    GzipPort& m_port;
+    std::unique_ptr<z_stream_s, End> m_z;
+    std::unique_ptr<unsigned char[]> m_in;
+    std::unique_ptr<unsigned char[]> m_out;     // produced and not yet read, for the decompressor is slow to call
+    size_t m_outBegin = 0, m_outEnd = 0;
+    int m_result = 0;
+    int m_next = 0;                             // the result behind what lies in m_out
+    bool m_atEnd = false;
+    bool m_transparent = false;
+    uint32_t m_crc = 0;
+    uint32_t m_position = 0;
+    long long m_fetched = 0;
+    long long m_start = -1;                     // of the data behind the first header
+};
+
+}
