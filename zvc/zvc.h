@@ -2,6 +2,11 @@
 
 // Everything public.
 
+#include "zvc/concurrency/Delegate.h"
+#include "zvc/concurrency/ZvMutex.h"
+#include "zvc/concurrency/ZvSpinLock.h"
+#include "zvc/concurrency/ZvThread.h"
+#include "zvc/concurrency/ZvTimer.h"
 #include "zvc/core/ZvConstructor.h"
 #include "zvc/core/ZvDeclare.h"
 #include "zvc/core/ZvException.h"
