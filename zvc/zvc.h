@@ -23,6 +23,7 @@
 #include "zvc/diagnostics/ZvFile.h"
 #include "zvc/imaging/ZvFilter.h"
 #include "zvc/imaging/ZvImage.h"
+#include "zvc/imaging/ZvImgCodec.h"
 #include "zvc/imaging/zvcolor.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
 #include "zvc/serialization/ZvCoder.h"
