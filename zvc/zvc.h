@@ -2,6 +2,11 @@
 
 // Everything public.
 
+#include "zvc/concurrency/Delegate.h"
+#include "zvc/concurrency/ZvMutex.h"
+#include "zvc/concurrency/ZvSpinLock.h"
+#include "zvc/concurrency/ZvThread.h"
+#include "zvc/concurrency/ZvTimer.h"
 #include "zvc/core/ZvConstructor.h"
 #include "zvc/core/ZvDeclare.h"
 #include "zvc/core/ZvException.h"
@@ -16,6 +21,8 @@
 #include "zvc/core/ZvSystem.h"
 #include "zvc/core/ZvTraverser.h"
 #include "zvc/diagnostics/ZvFile.h"
+#include "zvc/imaging/ZvFilter.h"
+#include "zvc/imaging/ZvImage.h"
 #include "zvc/imaging/ZvImgCodec.h"
 #include "zvc/imaging/zvcolor.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
