@@ -81,9 +81,11 @@ bool FileCodec::DecodeImage(ZvImage* image) {
 
 bool FileCodec::EncodeImage(const ZvImage* image, int optionCount, const char** names, const char** values) {
     const int channels = image->GetChannels(), depth = image->GetDepth();
-    if (Fail() || image->GetBaseAddress() == nullptr || image->GetWidth() <= 0 || image->GetHeight() == 0) return false;
+    if (Fail() || image->GetBaseAddress() == nullptr || image->GetWidth() <= 0) return false;
+    if (image->GetHeight() == 0 || image->GetHeight() == INT_MIN) return false;
     if (channels < 1 || channels > 4 || (depth != 8 && depth != 16)) return false;
     if (image->GetLinePitch() < int64_t(image->GetWidth()) * channels * (depth / 8)) return false;
+    if (IsPacked(*image) && !TakesPacked()) return false;
     try {
         Buffer file;
         if (!Encode(*image, Options(optionCount, names, values), file)) return false;

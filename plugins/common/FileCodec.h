@@ -36,6 +36,13 @@ private:
     const char** m_values;
 };
 
+/// The sample type of images whose pixels are packed colours (zvpackedcolor): four channels of 8 bits, which only look like
+/// RGB with alpha.
+constexpr char PackedColours = 'E';
+inline bool IsPacked(const ZvImage& image) {
+    return image.GetSampleType() == PackedColours && image.GetChannels() == 4 && image.GetDepth() == 8;
+}
+
 /// A codec as this folder's plug-ins write it. Images are decoded bottom-up, but for formats that say which way they go.
 class FileCodec : public ZvImgCodec {
 public:
@@ -53,6 +60,9 @@ protected:
 
     /// The image has pixels, 1 to 4 channels and depth 8 or 16. False for one that the format does not have.
     virtual bool Encode(const ZvImage& image, const Options& options, Buffer& file) = 0;
+
+    /// Whether Encode takes images of packed colours; others see no such image.
+    virtual bool TakesPacked() const { return false; }
 
 private:
     bool ReadRest(Buffer& file);
