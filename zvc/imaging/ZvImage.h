@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zvc/concurrency/Delegate.h"
 #include "zvc/core/ZvDeclare.h"
 #include "zvc/core/ZvException.h"
 #include "zvc/platform/Bitmap.h"
@@ -7,6 +8,7 @@
 
 #include <cstdint>
 
+class ZvEventArgs;
 class ZvFilter;
 class ZvImage$;
 
@@ -42,7 +44,8 @@ public:
 
     ~ZvImage() override;
 
-    /// Copies every field as it is, so that both share one block; the block goes with the last of those that own it.
+    /// Copies every field as it is, so that both share one block, which goes with the last of those that own it. A block that
+    /// this image had is not freed.
     ZvImage& operator=(const ZvImage& other);
 
     /// Makes this an image of the given layout. A block that it had is neither freed nor looked at.
@@ -82,6 +85,9 @@ public:
     const unsigned char* GetRow(int y) const { return GetLine(y); }
     unsigned char* GetPixel(int x, int y) { return m_data + OffsetOf(x, y); }
     const unsigned char* GetPixel(int x, int y) const { return m_data + OffsetOf(x, y); }
+
+    /// Called from the destructor, with the image and fresh arguments, while the pixels are still there.
+    zvc::Delegate<void(ZvObject*, ZvEventArgs&)>& OnDeleted() { return m_onDeleted; }
 
     /// Sample values into the range of 0 to 1: times the factor of CalcRealize, in double.
     float Realize(float value) const;
@@ -137,22 +143,27 @@ protected:
     ZvImage(const ZvImage& other);
 
 private:
+    enum class Loaded { Yes, NotOpened, NoDecoder, DecodeError };
     static constexpr uint32_t NotComputed = 0xFFFFFFFF;
 
+    void StoreLayout(int width, int height, char channels, short depth, char sampleType);
+    Loaded LoadFile(const char* path);
+    Loaded LoadStream(ZvStream$& stream, const char* extension);
     ptrdiff_t OffsetOf(int x, int y) const { return ptrdiff_t(y) * m_linePitch + ptrdiff_t(x) * m_pixelPitch; }
-    size_t BlockBytes() const;
+    long long BlockBytes() const;
 
     int m_width = 0;
     int m_height = 0;
     char m_channels = 0;
     short m_depth = 8;
     char m_sampleType = 0;
-    bool m_ownsData = false;
     char m_pixelPitch = 0;
     int m_linePitch = 0;
-    unsigned char* m_data = nullptr;
+    unsigned char* m_data = nullptr;         // the first row
+    bool m_ownsData = false;                 // m_data is from NewPixels, and one of its owners is this image
     double m_realize = 0.0;
     mutable uint32_t m_hash = NotComputed;
+    zvc::Delegate<void(ZvObject*, ZvEventArgs&)> m_onDeleted;
 };
 ZV_DECLARE_HANDLE(ZvImage, ZvObject$);
 

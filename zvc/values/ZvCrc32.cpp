@@ -54,9 +54,8 @@ uint32_t FoldWord(uint64_t word) {
 
 // Several remainders side by side, each over every Braids-th word, keep the processor's units busy: none waits for another
 // (A. Kadatch and B. Jenkins, "Everything we know about CRC but afraid to forget", 2010).
-unsigned int Zv::crc32(const void* data, int length) {
+uint32_t zvc::detail::Crc32(const void* data, size_t left) {
     auto* at = static_cast<const unsigned char*>(data);
-    size_t left = length > 0 ? static_cast<size_t>(length) : 0;
     uint32_t r = 0xffffffffu;
     if (left >= Block) {
         uint32_t braid[Braids] = {r};
@@ -71,4 +70,8 @@ unsigned int Zv::crc32(const void* data, int length) {
     }
     for (; left != 0; --left) r = (r >> 8) ^ s_tables[0][(r ^ *at++) & 0xff];
     return ~r;
+}
+
+unsigned int Zv::crc32(const void* data, int length) {
+    return zvc::detail::Crc32(data, length > 0 ? static_cast<size_t>(length) : 0);
 }
