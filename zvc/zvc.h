@@ -17,6 +17,8 @@
 #include "zvc/core/ZvTraverser.h"
 #include "zvc/diagnostics/ZvFile.h"
 #include "zvc/imaging/zvcolor.h"
+#include "zvc/remoting/ZvProcess.h"
+#include "zvc/remoting/ZvSharePrimArray.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
 #include "zvc/serialization/ZvCoder.h"
 #include "zvc/serialization/ZvCoderException.h"
