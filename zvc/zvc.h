@@ -27,6 +27,8 @@
 #include "zvc/imaging/ZvImage.h"
 #include "zvc/imaging/ZvImgCodec.h"
 #include "zvc/imaging/zvcolor.h"
+#include "zvc/remoting/ZvProcess.h"
+#include "zvc/remoting/ZvSharePrimArray.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
 #include "zvc/serialization/ZvCoder.h"
 #include "zvc/serialization/ZvCoderException.h"

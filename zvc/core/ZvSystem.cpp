@@ -45,8 +45,12 @@ ZvType* ZvSystem::FindType(const ZvString$& name) {
 }
 
 ZvType* ZvSystem::FindType(const std::type_info& info, unsigned int classSpec) {
+    // An array and the shared array derived from it answer alike: the base is the one, wherever the table keeps them.
+    ZvType* first = nullptr;
     for (const auto& [name, type] : ZvSystemState::Get().types)
-        if (type->TypeID() == info && type->GetClassSpec() == classSpec) return type;
+        if (type->TypeID() == info && type->GetClassSpec() == classSpec && (first == nullptr || first->IsDerivedFrom(type)))
+            first = type;
+    if (first != nullptr) return first;
     // Every handle class is stored as a reference to an object. The test is on the name as it stands in the source.
     if (zvc::platform::TypeNameIsHandle(info)) return &ZvPrimitive<ZvObject$>::s_type;
     return nullptr;

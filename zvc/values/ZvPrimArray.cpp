@@ -67,7 +67,8 @@ ZvPrimArray<T>::ZvPrimArray(unsigned long long newCount, const T* source)
 template <class T>
 ZvPrimArray<T>::ZvPrimArray(const ZvPrimArray& other)
     : ZvArrayValue(other), count(other.count), data(NewBuffer<T>(other.count)) {
-    CopyElements(data, other.data, count);                          // handles without a reference: meant so
+    if (other.data != nullptr) CopyElements(data, other.data, count);   // handles without a reference: meant so
+    else ClearElements(data, count);                                // a shared array whose memory was not found
 }
 
 template <class T> ZvPrimArray<T>::~ZvPrimArray() { FreeBuffer(data, count); }

@@ -1,5 +1,6 @@
 #include "zvc/platform/File.h"
 
+#include "zvc/platform/linux/Descriptor.h"
 #include "zvc/platform/linux/Object.h"
 
 #include <algorithm>
@@ -125,6 +126,11 @@ Handle FileAdopt(int descriptor, unsigned int access) noexcept {
     object->descriptor = -1;
     object->Release();
     return InvalidHandle;
+}
+
+int DuplicateDescriptor(Handle handle) noexcept {
+    File file(handle);
+    return file ? fcntl(file->descriptor, F_DUPFD_CLOEXEC, 3) : -1;
 }
 
 bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) noexcept {

@@ -9,7 +9,7 @@
 
 namespace zvc::platform {
 
-enum class ObjectKind : uint8_t { File, Event, Thread, Timer, Process };
+enum class ObjectKind : uint8_t { File, Event, Thread, Timer, Process, SharedMemory };
 
 /// Counted: the table holds one reference, and so does each operation under way.
 class Object {

@@ -1,0 +1,12 @@
+#pragma once
+
+// Descriptors behind handles, for this folder's sources.
+
+#include "zvc/platform/Handle.h"
+
+namespace zvc::platform {
+
+/// A duplicate of a file handle's descriptor that no program inherits, 3 or above; -1 for a handle that is no file's.
+ZV_HIDDEN int DuplicateDescriptor(Handle handle) noexcept;
+
+}

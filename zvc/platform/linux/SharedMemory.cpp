@@ -1,0 +1,250 @@
+#include "zvc/platform/SharedMemory.h"
+
+#include "zvc/platform/CriticalSection.h"
+#include "zvc/platform/linux/Object.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <pthread.h>
+#include <sys/file.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+// A block is a System V segment that is marked for removal as soon as it is made: the kernel then frees it with the last
+// attachment, whatever ends that, and nothing is ever left in a file system. Attaching to a marked segment is allowed here.
+// Its name stands in front of the elements, on pages of its own. The mark takes the segment's key away, so that a block is
+// found by walking over the system's segments; the odd bytes of its size say whether looking into one is worth while.
+
+namespace zvc::platform {
+
+namespace {
+
+constexpr size_t PageSize = 4096;
+void* const Nowhere = reinterpret_cast<void*>(-1);      // what a failed attachment answers
+constexpr uint64_t Magic = 0x4B4C424D48535A56;          // "VZSHMBLK"
+
+struct Header {
+    uint64_t magic;
+    uint64_t size;                                      // of the block
+    uint64_t nameLength;
+    char name[];
+};
+
+constexpr size_t ToPages(size_t bytes) { return (bytes + PageSize - 1) / PageSize * PageSize; }
+
+/// A name as blocks know it.
+struct Name {
+    const char* text;
+    size_t length;
+
+    explicit Name(const char* given) noexcept {
+        static constexpr char prefix[] = "Local\\";         // the name space that the processes of a user have anyway
+        text = std::strncmp(given, prefix, sizeof(prefix) - 1) == 0 ? given + sizeof(prefix) - 1 : given;
+        length = std::strlen(text);
+    }
+    size_t HeaderSize() const noexcept { return ToPages(sizeof(Header) + length); }
+
+    /// How far a block's segment reaches beyond whole pages: never 0, which is what the segments of others mostly do.
+    size_t Tag() const noexcept {
+        uint64_t hash = 0xcbf29ce484222325u;
+        for (size_t i = 0; i < length; ++i) hash = (hash ^ static_cast<unsigned char>(text[i])) * 0x100000001b3u;
+        return 1 + hash % (PageSize - 1);
+    }
+};
+
+/// An attached segment whose header was looked at, once: others can write to it.
+struct Attachment {
+    void* segment = nullptr;
+    void* block = nullptr;
+    size_t size = 0;
+};
+
+class SharedMemoryObject;
+CriticalSection s_section;
+SharedMemoryObject* s_first = nullptr;                  // all of this process
+
+// A fork copies the section as it stands: nobody may hold it at that moment but the thread that goes on in the child.
+void BeforeFork() { s_section.Enter(); }
+void AfterFork() { s_section.Leave(); }
+[[maybe_unused]] const int s_forks = pthread_atfork(BeforeFork, AfterFork, AfterFork);
+
+/// Handle and views hold an attachment together.
+class SharedMemoryObject final : public Object {
+public:
+    explicit SharedMemoryObject(const Attachment& attachment) noexcept
+        : Object(ObjectKind::SharedMemory), m_attachment(attachment) {
+        SectionLock lock(s_section);
+        m_next = s_first;
+        s_first = this;
+    }
+    static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::SharedMemory; }
+    size_t Size() const noexcept { return m_attachment.size; }
+
+    void* Map() noexcept {
+        Region region;
+        SectionLock lock(s_section);
+        ++m_views;
+        Retain();
+        return m_attachment.block;
+    }
+
+    /// The object of a view, which is one less now; null for an address that is no view.
+    static SharedMemoryObject* EndView(const void* view) noexcept {
+        SectionLock lock(s_section);
+        for (SharedMemoryObject* o = s_first; o != nullptr; o = o->m_next)
+            if (o->m_attachment.block == view && o->m_views != 0) {
+                --o->m_views;
+                return o;
+            }
+        return nullptr;
+    }
+
+private:
+    ~SharedMemoryObject() override {
+        {
+            SectionLock lock(s_section);
+            SharedMemoryObject** link = &s_first;
+            while (*link != this) link = &(*link)->m_next;
+            *link = m_next;
+        }
+        shmdt(m_attachment.segment);
+    }
+
+    const Attachment m_attachment;
+    uint32_t m_views = 0;
+    SharedMemoryObject* m_next = nullptr;
+};
+
+/// Attaches to a segment; an empty answer when it is gone, or is not the block of that name.
+Attachment AttachIfNamed(int id, size_t bytes, const Name& name) noexcept {
+    void* const at = shmat(id, nullptr, 0);
+    if (at == Nowhere) return {};
+    const auto* header = static_cast<const Header*>(at);
+    const size_t room = bytes - name.HeaderSize();
+    const uint64_t size = header->size;
+    if (header->magic == Magic && header->nameLength == name.length && size <= room &&
+        std::memcmp(header->name, name.text, name.length) == 0)
+        return {at, static_cast<char*>(at) + name.HeaderSize(), static_cast<size_t>(size)};
+    shmdt(at);
+    return {};
+}
+
+/// The attached segment of a name, or nothing. Segments come and go meanwhile, but one that was there before and still is
+/// has kept its place.
+Attachment Find(const Name& name) noexcept {
+    if (name.length == 0) return {};
+    const size_t tag = name.Tag();
+    shm_info info{};
+    shmid_ds segment{};
+    const int last = shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds*>(&info));
+    for (int i = 0; i <= last; ++i) {
+        const int id = shmctl(i, SHM_STAT, &segment);
+        if (id < 0 || segment.shm_perm.uid != geteuid() || (segment.shm_perm.mode & SHM_DEST) == 0) continue;
+        if (segment.shm_segsz % PageSize != tag || segment.shm_segsz <= name.HeaderSize()) continue;
+        const Attachment found = AttachIfNamed(id, segment.shm_segsz, name);
+        if (found.segment != nullptr) return found;
+    }
+    return {};
+}
+
+/// One maker at a time, among all processes: two of one name must come to one block. The lock goes with its holder.
+class MakerLock {
+public:
+    MakerLock() noexcept : m_descriptor(open("/dev/shm", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        if (m_descriptor < 0) m_descriptor = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        while (flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) {}
+    }
+    ~MakerLock() {
+        flock(m_descriptor, LOCK_UN);                   // a fork may have made copies of the descriptor
+        close(m_descriptor);
+    }
+    MakerLock(const MakerLock&) = delete;
+    MakerLock& operator=(const MakerLock&) = delete;
+
+private:
+    int m_descriptor;
+};
+
+/// A new segment under the makers' key, by which the lock's holder finds what a maker left that was killed before the mark.
+int NewSegment(size_t bytes) noexcept {
+    const key_t key = static_cast<key_t>(0x5A560000u | (geteuid() & 0xFFFF));
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const int id = shmget(key, bytes, IPC_CREAT | IPC_EXCL | 0600);
+        if (id >= 0 || errno != EEXIST) return id;
+        const int left = shmget(key, 0, 0);
+        if (left >= 0) shmctl(left, IPC_RMID, nullptr);
+    }
+    return shmget(IPC_PRIVATE, bytes, 0600);             // another user's: the key is only a help
+}
+
+/// Attached, named and marked; empty with the error number in errno.
+Attachment Make(const Name& name, uint32_t size) noexcept {
+    const int id = NewSegment(name.HeaderSize() + ToPages(size) + name.Tag());
+    if (id < 0) return {};
+    void* const at = shmat(id, nullptr, 0);
+    const int error = errno;
+    if (at != Nowhere) {
+        auto* header = static_cast<Header*>(at);
+        header->magic = Magic;
+        header->size = size;
+        header->nameLength = name.length;
+        std::memcpy(header->name, name.text, name.length);
+    }
+    shmctl(id, IPC_RMID, nullptr);
+    if (at != Nowhere) return {at, static_cast<char*>(at) + name.HeaderSize(), size};
+    errno = error;
+    return {};
+}
+
+Attachment FindOrMake(const Name& name, uint32_t size) noexcept {
+    const MakerLock lock;
+    const Attachment found = Find(name);
+    return found.segment != nullptr ? found : Make(name, size);
+}
+
+/// Null, with the error number in errno, when there is no attachment or no room for a handle.
+Handle Enter(const Attachment& attachment) noexcept {
+    if (attachment.segment == nullptr) return nullptr;
+    auto* object = new (std::nothrow) SharedMemoryObject(attachment);
+    if (object == nullptr) shmdt(attachment.segment);
+    const Handle handle = object == nullptr ? nullptr : EnterObject(object);
+    if (handle != nullptr) return handle;
+    if (object != nullptr) object->Release();
+    errno = ENOMEM;
+    return nullptr;
+}
+
+}
+
+Handle SharedMemoryCreate(const char* name, uint32_t size, uint32_t* error) noexcept {
+    Region region;
+    errno = EINVAL;
+    const Handle handle = size == 0 ? nullptr : Enter(FindOrMake(Name(name), size));
+    if (handle == nullptr && error != nullptr) *error = static_cast<uint32_t>(errno);
+    return handle;
+}
+
+Handle SharedMemoryOpen(const char* name) noexcept {
+    Region region;
+    return Enter(Find(Name(name)));
+}
+
+void* SharedMemoryMap(Handle block, size_t* size) noexcept {
+    Use<SharedMemoryObject> object(block);
+    if (!object) return nullptr;
+    if (size != nullptr) *size = object->Size();
+    return object->Map();
+}
+
+bool SharedMemoryUnmap(const void* view) noexcept {
+    if (view == nullptr) return false;
+    Region region;
+    SharedMemoryObject* const object = SharedMemoryObject::EndView(view);
+    if (object != nullptr) object->Release();
+    return object != nullptr;
+}
+
+}
