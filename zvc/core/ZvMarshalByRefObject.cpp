@@ -10,5 +10,3 @@ ZvMarshalByRefObject& ZvMarshalByRefObject::operator=(const ZvMarshalByRefObject
     m_objRef = other.m_objRef;
     return *this;
 }
-
-ZvObjRef$ ZvMarshalByRefObject::CreateObjRef() { return ZvObjRef$(); }

@@ -13,7 +13,8 @@ public:
     ZvMarshalByRefObject& operator=(const ZvMarshalByRefObject& other);
     ~ZvMarshalByRefObject() override;
 
-    /// The reference that stands for this object on a channel. Until there are channels nothing makes one: null.
+    /// The reference that stands for this object on a channel: made at the first call, and the same from then on. The object
+    /// and its reference hold each other, so that an object that was marshalled stays. Any thread.
     virtual ZvObjRef$ CreateObjRef();
 
 protected:

@@ -40,8 +40,6 @@ ZvString$ ZvMethod::ParameterName(int index) const {
     return static_cast<size_t>(index) < m_names.size() ? m_names[static_cast<size_t>(index)] : ZvString$();
 }
 
-ZvObjRef$ ZvMethod::CreateObjRef() { return ZvMarshalByRefObject::CreateObjRef(); }
-
 void ZvMethod::Invoke(ZvObject*, ZvValue$&, ZvArguments$&) {}
 
 bool ZvMethod::operator==(const ZvMethod& other) const {

@@ -15,6 +15,7 @@ public:
     ZvMethod(const ZvString$& name, ZvType* result, const ZvArguments$& args);
     ~ZvMethod() override;
 
+    /// A ZvMethodRef.
     ZvObjRef$ CreateObjRef() override;
 
     /// Calls the method of target with the boxed args and puts a box with its answer into result. Here: nothing. Whatever

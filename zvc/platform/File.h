@@ -39,6 +39,19 @@ ZV_API bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) n
 /// Writes all size bytes, or fails; *done tells how many went. A broken pipe is a failure and never a signal.
 ZV_API bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) noexcept;
 
+/// Prepares the transfers of a pipe, a socket or a terminal to be ended by FileCancel or by the end of a process. They cost
+/// a wait more from then on. False for a regular file, whose transfers do not wait, and on failure. Before the handle is used.
+ZV_API bool FileMakeCancellable(Handle handle) noexcept;
+
+/// Ends the transfers that wait on this handle, and all later ones, with a failure. Nothing for a handle that was not prepared.
+/// Any thread.
+ZV_API void FileCancel(Handle handle) noexcept;
+
+/// From now on a read that waits on this prepared handle fails as well when the process has ended and nothing is left to be
+/// read: the reader of a pipe may itself hold its writing end open, and then never sees the end of the pipe. Before the
+/// handle is used. False on failure.
+ZV_API bool FileEndWithProcess(Handle handle, Handle process) noexcept;
+
 /// Moves by offset from origin (0 beginning, 1 current, 2 end) and answers the new position; all ones, without a move, on
 /// failure: a position before the beginning or beyond 32 bits, another origin, a pipe.
 ZV_API uint32_t FileSeek(Handle handle, int32_t offset, unsigned int origin) noexcept;

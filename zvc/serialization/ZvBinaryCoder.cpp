@@ -18,13 +18,14 @@ void zvc::detail::RaiseCoder(Causes cause, const char* function, unsigned int li
 ZvBinaryCoder::ZvBinaryCoder(ZvStreamingContext$ context)
     : m_context(std::move(context)), m_generator(new ZvObjectIDGenerator), m_manager(new ZvObjectManager),
       m_tracksAll(m_context && m_context->m_state == ZvStreamingContext::TrackObjects),
+      m_marshals(m_context && (m_context->m_state & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0),
       m_writePlans(new Plans), m_readPlans(new Plans) {
     m_tagStack.reserve(8);
 }
 
 ZvBinaryCoder::ZvBinaryCoder(const ZvBinaryCoder& other)
     : ZvCoder(other), m_context(other.m_context), m_generator(other.m_generator), m_manager(other.m_manager),
-      m_tracksAll(other.m_tracksAll), m_writePlans(new Plans(*other.m_writePlans)),
+      m_tracksAll(other.m_tracksAll), m_marshals(other.m_marshals), m_writePlans(new Plans(*other.m_writePlans)),
       m_readPlans(new Plans(*other.m_readPlans)), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
 
 ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
@@ -34,6 +35,7 @@ ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     m_generator = other.m_generator;
     m_manager = other.m_manager;
     m_tracksAll = other.m_tracksAll;
+    m_marshals = other.m_marshals;
     m_writePlans.reset(new Plans(*other.m_writePlans));
     m_readPlans.reset(new Plans(*other.m_readPlans));
     m_tagStack = other.m_tagStack;

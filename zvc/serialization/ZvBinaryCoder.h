@@ -156,6 +156,7 @@ private:
     ZvObjectIDGenerator$ m_generator;
     ZvObjectManager$ m_manager;
     bool m_tracksAll;
+    bool m_marshals;                          // objects that go by reference are replaced by their reference
     std::unique_ptr<Plans> m_writePlans;      // two sets: on a channel one thread writes while another reads
     std::unique_ptr<Plans> m_readPlans;
     std::vector<unsigned char> m_tagStack;

@@ -53,6 +53,7 @@ struct ZvBinaryCoder::Plan {
 
     ZvType* type = nullptr;
     Kind kind = Kind::Codec;
+    bool isReference = false;        // derived from ZvObjRef: learns the channel it came through
     long long id = 0;                // once the type has one
     bool hasFields = false;
     std::vector<ZvField$> fields;    // the fields of today, in the order of the class's dictionary

@@ -5,6 +5,7 @@
 #include "zvc/platform/StackBounds.h"
 #include "zvc/serialization/ZvBinaryCoderImpl.h"
 #include "zvc/serialization/ZvISerializable.h"
+#include "zvc/serialization/ZvMarshalling.h"
 #include "zvc/serialization/ZvSerializationInfo.h"
 #include "zvc/values/ZvDictionary.h"
 #include "zvc/values/ZvPrimArray.h"
@@ -60,6 +61,7 @@ ZvBinaryCoder::Plan& ZvBinaryCoder::Plans::Of(ZvType* type) {
     if (found == m_byType.end()) {
         Plan& plan = m_plans.emplace_back();
         plan.type = type;
+        plan.isReference = zvc::detail::IsReference(type);
         if (!type->HasCodec()) plan.kind = type->IsDerivedFrom(&ZvISerializable::s_type) ? Kind::Serializable : Kind::Fields;
         found = m_byType.emplace(type, &plan).first;
     }
@@ -102,7 +104,11 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject$& object) {
     Write(stream, static_cast<const ZvObject*>(object.Get()));
 }
 
+// Objects stay at home when they cross the border of a process: what goes by reference is written as its reference.
 void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
+    if (m_marshals && object != nullptr) {
+        if (const ZvObject$ reference = zvc::detail::ReferenceInPlaceOf(object, m_channel)) return EncodeObject(stream, reference.Get());
+    }
     EncodeObject(stream, const_cast<ZvObject*>(object));
 }
 
@@ -334,6 +340,7 @@ ZvObject* ZvBinaryCoder::DecodeNew(ZvStream$& stream) {
     if (created == nullptr) RaiseCoder(Causes::TypeUnavailable, "ZvBinaryCoder::DecodeObject");
     Building object(created);
     if (IsTracked(type)) RegisterObject(created);  // before the content, as in the writer
+    if (plan.isReference) zvc::detail::AttachReference(created, m_channel);
     if (plan.kind == Kind::Codec)
         created->Decode(stream, this);
     else

@@ -120,6 +120,10 @@ void ZvFileStream::Seekp(long long offset, SeekOrigin origin) { Seek(origin == E
 
 void ZvFileStream::Seekg(long long offset, SeekOrigin origin) { Seek(offset, origin); }
 
+void* zvc::detail::FileHandleOf(const ZvStream* stream) {
+    return typeid(*stream) == typeid(ZvFileStream) ? static_cast<const ZvFileStream*>(stream)->m_handle : nullptr;
+}
+
 bool ZvFileStream::Fail() const { return m_failed; }
 
 bool ZvFileStream::SetEndOfFile() {

@@ -7,6 +7,9 @@ namespace zvc::detail {
 class FileWindow;
 class InputWindow;
 class OutputWindow;
+
+/// The platform handle of stream when it is exactly a ZvFileStream, else null. For the floors above; not for clients.
+void* FileHandleOf(const ZvStream* stream);
 }
 
 /// A stream on a file of the system, written straight through. Positions are 32 bits wide. While it is open nobody else
@@ -44,6 +47,7 @@ public:
 private:
     friend class zvc::detail::InputWindow;
     friend class zvc::detail::OutputWindow;
+    friend void* zvc::detail::FileHandleOf(const ZvStream* stream);
     void Settle() const;
     void Seek(long long offset, SeekOrigin origin);
 

@@ -9,16 +9,21 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <new>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace zvc::platform {
 
 namespace {
+
+constexpr int NoSignalFlag = 0x100;       // RWF_NOSIGNAL of newer headers: a broken pipe is an error and no signal
 
 /// A descriptor with the rights it was opened with: those are tested here, because without rights the descriptor itself
 /// has more than the caller asked for.
@@ -33,15 +38,43 @@ public:
     }
     static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::File; }
 
+    /// Waits until there is something to be read, or the end of it. False when the transfer is to fail.
+    bool AwaitReadable() noexcept {
+        pollfd waits[3] = {{descriptor, POLLIN, 0}, {wake, POLLIN, 0}, {peer, POLLIN, 0}};
+        while (!Cancelled()) {
+            if (poll(waits, 3, -1) < 0 && errno != EINTR) return false;
+            if (Cancelled()) return false;
+            if (waits[0].revents != 0) return true;
+            // What the peer wrote last may have come between the looks at the pipe and at the process.
+            if (waits[2].revents != 0) return poll(waits, 1, 0) > 0;
+        }
+        return false;
+    }
+    bool AwaitWritable() noexcept {
+        pollfd waits[2] = {{descriptor, POLLOUT, 0}, {wake, POLLIN, 0}};
+        return poll(waits, 2, -1) > 0 || errno == EINTR;
+    }
+    bool Cancelled() const noexcept { return __atomic_load_n(&cancelled, __ATOMIC_SEQ_CST) != 0; }
+    void Cancel() noexcept {
+        __atomic_store_n(&cancelled, 1u, __ATOMIC_SEQ_CST);
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(wake, &one, sizeof one);      // stays readable: nobody takes it away
+    }
+
     int descriptor;
     const bool canRead;
     const bool canWrite;
     bool isPipe = false;
     bool isRegular = false;
+    int wake = -1;                // readable once cancelled; a handle that has one never sleeps in a transfer itself
+    int peer = -1;                // readable once the process at the other end has ended
+    uint32_t cancelled = 0;
+    int noWaitFlags = RWF_NOWAIT | NoSignalFlag;      // what this kernel has not refused for this file
 
 private:
     ~FileObject() override {
-        if (descriptor >= 0) close(descriptor);
+        for (int fd : {descriptor, wake, peer})
+            if (fd >= 0) close(fd);
     }
 };
 
@@ -69,7 +102,9 @@ public:
     void Broken() {
         if (!m_active || sigismember(&m_old, SIGPIPE)) return;
         const timespec now{0, 0};
+        const int error = errno;
         sigtimedwait(&m_set, nullptr, &now);
+        errno = error;
     }
     ~QuietPipe() {
         if (m_active) pthread_sigmask(SIG_SETMASK, &m_old, nullptr);
@@ -79,6 +114,40 @@ private:
     bool m_active;
     sigset_t m_set, m_old;
 };
+
+// One write that does not sleep: less than all may go, and EAGAIN tells that nothing does. Without the kernel's help it looks
+// for room and writes no more than surely finds some.
+ssize_t WriteWithoutWaiting(FileObject& file, const void* data, size_t size) {
+    while (file.noWaitFlags != 0) {
+        QuietPipe quiet(file.isPipe && (file.noWaitFlags & NoSignalFlag) == 0);
+        const iovec part{const_cast<void*>(data), size};
+        const ssize_t n = pwritev2(file.descriptor, &part, 1, -1, file.noWaitFlags);
+        if (n < 0 && errno == EPIPE) quiet.Broken();
+        if (n >= 0 || (errno != EOPNOTSUPP && errno != EINVAL && errno != ENOSYS)) return n;
+        file.noWaitFlags = file.noWaitFlags & NoSignalFlag ? RWF_NOWAIT : 0;
+    }
+    pollfd room{file.descriptor, POLLOUT, 0};
+    if (poll(&room, 1, 0) == 0) {
+        errno = EAGAIN;
+        return -1;
+    }
+    QuietPipe quiet(file.isPipe);
+    const ssize_t n = write(file.descriptor, data, std::min<size_t>(size, PIPE_BUF));
+    if (n < 0 && errno == EPIPE) quiet.Broken();
+    return n;
+}
+
+bool WriteCancellable(FileObject& file, const void* data, uint32_t size, uint32_t* done) {
+    while (*done < size) {
+        if (file.Cancelled()) return false;
+        const ssize_t n = WriteWithoutWaiting(file, static_cast<const char*>(data) + *done, size - *done);
+        if (n >= 0)
+            *done += static_cast<uint32_t>(n);
+        else if (errno != EINTR && (errno != EAGAIN || !file.AwaitWritable()))
+            return false;
+    }
+    return true;
+}
 
 int OpenDescriptor(const char* path, bool read, bool write, unsigned int disposition) {
     int flags = O_CLOEXEC | O_NOCTTY;
@@ -138,6 +207,7 @@ bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) noexcept
     File file(handle);
     if (!file || !file->canRead) return false;
     for (;;) {
+        if (file->wake >= 0 && !file->AwaitReadable()) return false;
         const ssize_t n = read(file->descriptor, static_cast<char*>(data) + *done, size - *done);
         if (n < 0 && TryAgain(file->descriptor, POLLIN)) continue;
         if (n < 0) return false;
@@ -151,6 +221,7 @@ bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) n
     *done = 0;
     File file(handle);
     if (!file || !file->canWrite) return false;
+    if (file->wake >= 0) return WriteCancellable(*file.operator->(), data, size, done);
     QuietPipe quiet(file->isPipe);
     while (*done < size) {
         const ssize_t n = write(file->descriptor, static_cast<const char*>(data) + *done, size - *done);
@@ -162,6 +233,29 @@ bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) n
         }
     }
     return true;
+}
+
+bool FileMakeCancellable(Handle handle) noexcept {
+    File file(handle);
+    if (!file || file->isRegular) return false;
+    if (file->wake < 0) file->wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    return file->wake >= 0;
+}
+
+void FileCancel(Handle handle) noexcept {
+    File file(handle);
+    if (file && file->wake >= 0) file->Cancel();
+}
+
+bool FileEndWithProcess(Handle handle, Handle process) noexcept {
+    const int descriptor = ProcessEndDescriptor(process);
+    File file(handle);
+    if (file && file->wake >= 0 && file->peer < 0 && descriptor >= 0) {
+        file->peer = descriptor;
+        return true;
+    }
+    if (descriptor >= 0) close(descriptor);
+    return false;
 }
 
 uint32_t FileSeek(Handle handle, int32_t offset, unsigned int origin) noexcept {
@@ -201,6 +295,7 @@ bool FileIsRegular(Handle handle) noexcept {
 bool FileFlush(Handle handle) noexcept {
     File file(handle);
     if (!file || !file->canWrite) return false;
+    if (file->isPipe) return true;
     return fsync(file->descriptor) == 0 || errno == EINVAL || errno == EROFS;
 }
 

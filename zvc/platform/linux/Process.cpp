@@ -12,6 +12,8 @@
 #include <fcntl.h>
 #include <new>
 #include <spawn.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,6 +46,7 @@ public:
     WaitResult Wait(uint32_t timeout) noexcept override;
     uint32_t ExitCode() const noexcept { return Now() == Ended ? m_code : ProcessStillActive; }
     bool Kill(uint32_t code) noexcept;
+    int EndDescriptor() noexcept;
 
     /// Ends the watchers, for this code is going to be unmapped.
     static void EndWatchers() noexcept;
@@ -167,6 +170,13 @@ bool ProcessObject::Kill(uint32_t code) noexcept {
     if (!m_killed) m_killCode = code;
     m_killed = true;
     return kill(m_process, SIGKILL) == 0;
+}
+
+// While the section is held the number is not given to another process.
+int ProcessObject::EndDescriptor() noexcept {
+    SectionLock lock(m_section);
+    if (m_owner != getpid()) return -1;
+    return Now() == Ended ? eventfd(1, EFD_CLOEXEC) : static_cast<int>(syscall(SYS_pidfd_open, m_process, 0));
 }
 
 void ProcessObject::EndWatchers() noexcept {
@@ -371,6 +381,11 @@ bool ProcessExitCode(Handle handle, uint32_t* code) noexcept {
     Use<ProcessObject> process(handle);
     if (process) *code = process->ExitCode();
     return static_cast<bool>(process);
+}
+
+int ProcessEndDescriptor(Handle process) noexcept {
+    Use<ProcessObject> object(process);
+    return object ? object->EndDescriptor() : -1;
 }
 
 bool ProcessKill(Handle handle, uint32_t code) noexcept {
