@@ -16,6 +16,7 @@
 #include "zvc/core/ZvSystem.h"
 #include "zvc/core/ZvTraverser.h"
 #include "zvc/diagnostics/ZvFile.h"
+#include "zvc/diagnostics/ZvLog.h"
 #include "zvc/imaging/zvcolor.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
 #include "zvc/serialization/ZvCoder.h"
