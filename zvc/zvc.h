@@ -26,6 +26,7 @@
 #include "zvc/imaging/ZvFilter.h"
 #include "zvc/imaging/ZvImage.h"
 #include "zvc/imaging/ZvImgCodec.h"
+#include "zvc/diagnostics/ZvLog.h"
 #include "zvc/imaging/zvcolor.h"
 #include "zvc/remoting/Messages.h"
 #include "zvc/remoting/Proxy.h"

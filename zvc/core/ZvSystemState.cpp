@@ -5,6 +5,7 @@
 #include "zvc/core/ZvPlugin.h"
 #include "zvc/core/ZvType.h"
 #include "zvc/platform/Clock.h"
+#include "zvc/platform/CrashDump.h"
 #include "zvc/platform/System.h"
 #include "zvc/values/ZvString.h"
 
@@ -43,6 +44,7 @@ ZvSystemState::~ZvSystemState() {
         ZvPlugin::Close(entry->second);
         plugins.erase(entry);
     }
+    zvc::platform::ClearCrashDumpPath();
 }
 
 size_t ZvSystemState::KeyHash::operator()(const ZvString$& key) const {

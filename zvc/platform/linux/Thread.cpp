@@ -2,6 +2,7 @@
 
 #include "zvc/platform/linux/Futex.h"
 #include "zvc/platform/linux/ThreadObject.h"
+#include "zvc/platform/linux/ThreadStop.h"
 
 #include <limits>
 #include <linux/capability.h>
@@ -54,6 +55,7 @@ void InstallHandler() noexcept {
     action.sa_sigaction = OnControlSignal;
     action.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
     sigfillset(&action.sa_mask);
+    sigdelset(&action.sa_mask, StopSignal());             // a suspended thread still shows its registers when the process crashes
     s_installed = sigaction(ControlSignal(), &action, &s_previous) == 0;
 }
 
