@@ -172,7 +172,7 @@ std::string Extension(const std::string& path) {
 std::string Target(const Arguments& a, const std::string& picture) {
     if (!std::filesystem::is_directory(a.output)) return a.output;
     const std::filesystem::path name = std::filesystem::path(picture).filename();
-    return (std::filesystem::path(a.output) / (a.format.empty() ? name : name.stem().string() + "." + a.format)).string();
+    return (std::filesystem::path(a.output) / (a.format.empty() ? name.string() : name.stem().string() + "." + a.format)).string();
 }
 
 // Across and then down, as one call would do it: so the progress line can tell them apart.

@@ -17,7 +17,7 @@ int main(int argc, char** argv) {
     std::mt19937 published(5489);
     for (long call = 1; call <= 1000000; ++call) {
         const double value = ZvMath::Random();
-        if (value != published() / 4294967296.0) {
+        if (value != static_cast<double>(published()) / 4294967296.0) {
             std::printf("call %ld differs\n", call);
             return 1;
         }

@@ -3,6 +3,7 @@
 #include "zvc/core/ZvFieldMacros.h"
 #include "zvc/core/ZvMethodMacros.h"
 #include "zvc/platform/Clock.h"
+#include "zvc/platform/Process.h"
 #include "zvc/platform/System.h"
 #include "zvc/platform/Thread.h"
 #include "zvc/values/ZvPrimitive.h"

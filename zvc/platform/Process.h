@@ -52,7 +52,7 @@ ZV_API bool ProcessExitCode(Handle process, uint32_t* code) noexcept;
 /// is no process's, and for a process that has ended.
 ZV_API bool ProcessKill(Handle process, uint32_t code) noexcept;
 
-/// The system's number of the calling process.
+/// The system's number of the calling process. A fork has another one than its parent.
 ZV_API uint32_t CurrentProcessId() noexcept;
 
 /// The words of a command line. They are separated by blanks and tabs, and double quotes group. In the first word that is

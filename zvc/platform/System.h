@@ -9,9 +9,6 @@ namespace zvc::platform {
 /// Processors of the system that are at work; at least 1.
 ZV_API unsigned int ProcessorCount() noexcept;
 
-/// The number of the process. A fork has another one than its parent.
-ZV_API uint32_t CurrentProcessId() noexcept;
-
 /// Writes a line to standard error and ends the process at once, with a core where the system makes one.
 [[noreturn]] ZV_API void Fatal(const char* text) noexcept;
 

@@ -18,8 +18,6 @@ unsigned int ProcessorCount() noexcept {
     return n > 0 ? static_cast<unsigned int>(n) : 1u;
 }
 
-uint32_t CurrentProcessId() noexcept { return static_cast<uint32_t>(getpid()); }
-
 void Fatal(const char* text) noexcept {
     const char* parts[] = {"zvc: ", text, "\n"};
     for (const char* part : parts)
