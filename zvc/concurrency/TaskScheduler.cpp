@@ -63,7 +63,6 @@ TaskScheduler::~TaskScheduler() {
 void TaskScheduler::Stop() {
     m_queueObject->Lock();
     m_stopping = true;
-    m_first = nullptr;
     m_queueObject->NotifyAll();
     m_queueObject->Unlock();
     for (auto& worker : m_workers) worker->Join();
@@ -167,7 +166,7 @@ private:
 void TaskScheduler::RunPieces(Task& task, const ZvSystem::ThreadInfo& info) {
     Courtesy courtesy(info.index);
     int64_t done = 1;
-    while (m_first.load(std::memory_order_relaxed) == &task) {
+    while (m_first.load(std::memory_order_relaxed) == &task && !m_stopping.load(std::memory_order_relaxed)) {
         const int64_t left = task.toStart.fetch_sub(1);
         if (left <= 0) break;
         if (left == 1) {
