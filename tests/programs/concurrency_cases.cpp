@@ -108,7 +108,12 @@ int QueuedAtExit(const char*) {
 }
 
 int ExitInTask(const char*) {
-    Add(ZvSystem::TaskQueueBack, 1, [](const ZvSystem::ThreadInfo&, unsigned int, void*) { std::exit(5); });
+    static std::atomic<bool> added{false};        // nobody is inside the library when it ends
+    Add(ZvSystem::TaskQueueBack, 1, [](const ZvSystem::ThreadInfo&, unsigned int, void*) {
+        WaitUntil([] { return added.load(); });
+        std::exit(5);
+    });
+    added = true;
     for (;;) pause();
 }
 

@@ -106,9 +106,11 @@ void TaskScheduler::WaitForAll() {
     m_doneObject->Unlock();
 }
 
+// The descriptor is asked only if it is another: at the library's start this one is an address and no object yet.
 void TaskScheduler::Work(ZvObject$& index) {
-    if (!index || index->GetType()->CalcOffset(&ZvPrimitive<unsigned int>::s_type) == ZvNoOffset) return;
-    const ZvSystem::ThreadInfo info{static_cast<ZvPrimitive<unsigned int>*>(index.Get())->value};
+    using Index = ZvPrimitive<unsigned int>;
+    if (!index || (index->GetType() != &Index::s_type && index->GetType()->CalcOffset(&Index::s_type) == ZvNoOffset)) return;
+    const ZvSystem::ThreadInfo info{static_cast<Index*>(index.Get())->value};
     while (Task* task = NextTask()) RunPieces(*task, info);
 }
 
