@@ -51,6 +51,7 @@ ZvTimer::~ZvTimer() = default;
 
 void ZvTimer::Run() {
     m_stop = false;
+    const PreciseWaits precise;
     if (m_delay != 0) {
         ArmedTimer timer(m_delay, false);
         if (timer) timer.WaitForTick();                   // deliberately deaf to Stop
