@@ -22,11 +22,11 @@ bool Apply(Handle handle, void (Event::*operation)() noexcept) noexcept {
 
 }
 
-bool EventObject::Arm(uint64_t nanoseconds, bool periodic) noexcept {
+bool EventObject::Arm(uint64_t from, uint64_t nanoseconds, bool periodic) noexcept {
     Region region;
     SectionLock lock(m_section);
     if (m_tick != 0) return false;
-    m_tick = ClockTicks() + nanoseconds;
+    m_tick = from + nanoseconds;
     m_interval = nanoseconds;
     m_periodic = periodic;
     return true;

@@ -17,7 +17,7 @@ public:
     WaitResult Wait(uint32_t timeout) noexcept override;
 
     /// For the waits that begin from now on. One timer at a time: false when there is one.
-    bool Arm(uint64_t nanoseconds, bool periodic) noexcept;
+    bool Arm(uint64_t from, uint64_t nanoseconds, bool periodic) noexcept;
     void Disarm() noexcept;
 
     Event event;

@@ -31,11 +31,11 @@ EventObject* RetainEvent(Handle handle) noexcept {
 
 }
 
-Handle TimerStart(uint32_t milliseconds, bool periodic, Handle* event) noexcept {
+Handle TimerStart(uint32_t milliseconds, bool periodic, Handle* event, uint64_t from) noexcept {
     Region region;
     EventObject* object = RetainEvent(*event);
     if (object == nullptr) return nullptr;
-    if (!object->Arm(uint64_t(milliseconds == 0 ? 1 : milliseconds) * 1000000, periodic)) {
+    if (!object->Arm(from, uint64_t(milliseconds == 0 ? 1 : milliseconds) * 1000000, periodic)) {
         object->Release();
         return nullptr;
     }
