@@ -1,6 +1,7 @@
 // A worker for the tests of channels: serves one object that works, hangs and dies as it is told. ZVC_WORKSHOP in its
 // environment makes it fail before that.
 
+#include <zvc/platform/Pipe.h>
 #include <zvc/zvc.h>
 
 #include <csignal>
@@ -77,6 +78,11 @@ int main() {
     remoting::RemotingConfigulation::RegisterActivatedType(ZvType$(&Workshop::s_type));
     ZvChannel$ channel = new ZvChannel(4);
     if (start == "deaf") Sleep();
+    if (start == "chatty") {
+        // What it prints from now on does no harm.
+        zvc::platform::StandardOutputToError();
+        if (write(1, "Hello, world\n", 13) != 13) return 1;
+    }
     channel->StartListening();
     if (start == "closes") {
         channel->StopListening();

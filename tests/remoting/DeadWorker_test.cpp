@@ -165,6 +165,13 @@ TEST(DeadWorker, OneThatPrintsIntoTheConversationCountsAsGone) {
     EXPECT_TRUE(worker.Lives());                             // to kill it is the host's decision
 }
 
+TEST(DeadWorker, OneThatPrintsToItsErrorsInsteadDoesNoHarm) {
+    Workshop worker("chatty");
+    const ZvObjRef$ target = worker.Activate();
+    ASSERT_TRUE(target);
+    EXPECT_EQ(Sum(target, 2, 3), 5);
+}
+
 TEST(DeadWorker, WhatItSentBeforeIsDeliveredFirst) {
     Raw raw;
     raw.channel->WatchPeer();
