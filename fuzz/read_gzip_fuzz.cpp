@@ -35,8 +35,9 @@ void Wander(ZvStream& stream, const std::string& content, uint8_t choice) {
         } else {
             stream.Seekp(static_cast<long long>(at) - stream.Tellg(), ZvStream::Current);
         }
-        if (stream.Fail()) return;           // a damaged file does not come back from its damage
-        Require(stream.Tellg() == static_cast<long long>(at));
+        const long long told = stream.Tellg();
+        if (told < 0 || stream.Fail()) return;           // a damaged file does not come back from its damage
+        Require(told == static_cast<long long>(at));
         std::string piece(17, '\0');
         const long long got = stream.Read(piece.data(), 17);
         if (got < 0) return;
