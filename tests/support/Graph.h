@@ -122,6 +122,13 @@ private:
             const std::string bytes = FromHex(j["bytes"]);
             static_cast<ZvData*>(o.Get())->AddValue(bytes.size(), bytes.data());
         }
+        if (o->IsKindOf(&ZvImage::s_type)) {
+            std::string block = FromHex(j["block"]);
+            const int width = j["width"], channels = j["channels"], depth = j["depth"];
+            static_cast<ZvImage*>(o.Get())->Create(width, j["height"], static_cast<char>(channels), static_cast<short>(depth),
+                                                   Scalar<char>(j["sampleType"]), reinterpret_cast<unsigned char*>(block.data()),
+                                                   ZvImage::CalculateLinePitch(width, channels, depth), true);
+        }
         if (o->IsKindOf(&ZvDateTime::s_type)) {
             auto* d = static_cast<ZvDateTime*>(o.Get());
             const auto member = [&](const char* name) { return j[name].get<int>(); };
