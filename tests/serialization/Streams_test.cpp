@@ -289,6 +289,25 @@ TEST(ZvStdFILEStream, FailTellsOfAnErrorOnce) {
     EXPECT_TRUE(ZvStdFILEStream("/no/such/file", "rb").Fail());
 }
 
+TEST(ZvStdFILEStream, WithoutAFileNothingMovesAndFailTellsOfIt) {
+    ZvStdFILEStream none, wrong("/nowhere/at/all", "rb");
+    for (ZvStdFILEStream* stream : {&none, &wrong}) {
+        char byte = 'x';
+        stream->SetBufferSize(100);
+        EXPECT_EQ(stream->Write(&byte, 1), 0);
+        EXPECT_EQ(stream->Read(&byte, 1), 0);
+        EXPECT_EQ(byte, 'x');
+        stream->Seekg(1, ZvStream::Begin);
+        stream->Seekp(1, ZvStream::Begin);
+        EXPECT_EQ(stream->Tellg(), -1);
+        EXPECT_EQ(stream->Tellp(), -1);
+        EXPECT_EQ(stream->GetFileLength(), -1);
+        stream->Flush();
+        EXPECT_TRUE(stream->Fail());
+        EXPECT_TRUE(stream->Fail());
+    }
+}
+
 TEST(ZvStdFILEStream, LeavesACallersDescriptorOpen) {
     TemporaryFile file;
     const int descriptor = open(file.Path(), O_RDWR);
