@@ -107,8 +107,9 @@ void TaskScheduler::WaitForAll() {
     m_doneObject->Unlock();
 }
 
+// The type is compared by its address alone: workers start before the descriptors do.
 void TaskScheduler::Work(ZvObject$& index) {
-    if (!index || index->GetType()->CalcOffset(&ZvPrimitive<unsigned int>::s_type) == ZvNoOffset) return;
+    if (!index || index->GetType() != &ZvPrimitive<unsigned int>::s_type) return;
     const ZvSystem::ThreadInfo info{static_cast<ZvPrimitive<unsigned int>*>(index.Get())->value};
     while (Task* task = NextTask()) RunPieces(*task, info);
 }
