@@ -289,21 +289,20 @@ TEST(ZvStdFILEStream, FailTellsOfAnErrorOnce) {
     EXPECT_TRUE(ZvStdFILEStream("/no/such/file", "rb").Fail());
 }
 
-TEST(ZvStdFILEStream, WithoutAFileNothingMovesAndFailTellsOfIt) {
-    ZvStdFILEStream none, wrong("/nowhere/at/all", "rb");
-    for (ZvStdFILEStream* stream : {&none, &wrong}) {
-        char byte = 'x';
-        stream->SetBufferSize(100);
-        EXPECT_EQ(stream->Write(&byte, 1), 0);
-        EXPECT_EQ(stream->Read(&byte, 1), 0);
-        EXPECT_EQ(byte, 'x');
-        stream->Seekg(1, ZvStream::Begin);
-        stream->Seekp(1, ZvStream::Begin);
-        EXPECT_EQ(stream->Tellg(), -1);
-        EXPECT_EQ(stream->Tellp(), -1);
-        EXPECT_EQ(stream->GetFileLength(), -1);
-        stream->Flush();
+TEST(ZvStdFILEStream, WithoutAFileNothingIsTransferred) {
+    ZvStdFILEStream none, missing("/no/such/folder/file", "rb"), denied("/no/such/folder/file", "wb");
+    for (ZvStdFILEStream* stream : {&none, &missing, &denied}) {
+        char bytes[4] = {};
         EXPECT_TRUE(stream->Fail());
+        EXPECT_EQ(stream->Write("abc", 3), 0);
+        EXPECT_EQ(stream->Read(bytes, 3), 0);
+        EXPECT_EQ(stream->Tellp(), -1);
+        EXPECT_EQ(stream->Tellg(), -1);
+        EXPECT_EQ(stream->GetFileLength(), -1);
+        stream->Seekp(1, ZvStream::Begin);
+        stream->Seekg(1, ZvStream::End);
+        stream->Flush();
+        stream->SetBufferSize(100);
         EXPECT_TRUE(stream->Fail());
     }
 }

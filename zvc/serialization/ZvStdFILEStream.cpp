@@ -42,7 +42,6 @@ void ZvStdFILEStream::Open(int descriptor, const char* mode) {
     Take(zvc::platform::StdFileOnDescriptor(descriptor, mode), mode, false);
 }
 
-// A file that never opened moves nothing, and Fail tells of it.
 void ZvStdFILEStream::SetBufferSize(long long size) {
     if (m_file != nullptr) std::setvbuf(m_file, nullptr, _IOFBF, static_cast<size_t>(size));
 }
@@ -50,11 +49,13 @@ void ZvStdFILEStream::SetBufferSize(long long size) {
 long long ZvStdFILEStream::GetFileLength() { return m_file == nullptr ? -1 : zvc::platform::StdFileLength(m_file); }
 
 long long ZvStdFILEStream::Write(const void* buffer, long long count) {
-    return m_file == nullptr ? 0 : static_cast<long long>(std::fwrite(buffer, 1, static_cast<size_t>(count), m_file));
+    if (m_file == nullptr) return 0;
+    return static_cast<long long>(std::fwrite(buffer, 1, static_cast<size_t>(count), m_file));
 }
 
 long long ZvStdFILEStream::Read(void* buffer, long long count) {
-    return m_file == nullptr ? 0 : static_cast<long long>(std::fread(buffer, 1, static_cast<size_t>(count), m_file));
+    if (m_file == nullptr) return 0;
+    return static_cast<long long>(std::fread(buffer, 1, static_cast<size_t>(count), m_file));
 }
 
 long long ZvStdFILEStream::Tellp() const { return Tellg(); }
