@@ -127,7 +127,9 @@ TEST_F(ZvZipStreamTest, ReadsTheCases) {
         SetContent(m_path, FromHex(c["data"]));
         ZvZipStream zip(m_path.c_str(), "rb");
         EXPECT_EQ(ToHex(TakeAll(zip)), c["out"].get<std::string>());
-        if (!c["fail"].is_null()) EXPECT_EQ(zip.Fail(), c["fail"].get<bool>());
+        if (!c["fail"].is_null()) {
+            EXPECT_EQ(zip.Fail(), c["fail"].get<bool>());
+        }
     }
 }
 
