@@ -68,8 +68,9 @@ HashTable::Probe HashTable::ProbeFor(ZvObject* key) {
     return {key, Mix(static_cast<uint32_t>(key->GetHashCode()) ^ 0xDEADBEEF), false};
 }
 
-HashTable::Node* HashTable::Find(const ZvObject$& key) const {
-    const Probe probe = ProbeFor(key.Get());
+HashTable::Node* HashTable::Find(const ZvObject$& key) const { return Find(ProbeFor(key.Get())); }
+
+HashTable::Node* HashTable::Find(const Probe& probe) const {
     const Bucket& bucket = m_buckets[probe.number & m_mask];
     if (bucket.first == &m_end) return nullptr;
     for (Link* at = bucket.first;; at = at->next) {
@@ -121,59 +122,75 @@ HashTable::Node* HashTable::Insert(const ZvObject$& key, const ZvObject$& value,
     Node* existing = nullptr;
     inserted = Place(node.get(), probe, existing);
     if (!inserted) return existing;
-    Node* entry = node.release();
+    Node* const made = node.release();
+    Node* entry = made;
     ++m_count;
     if (static_cast<float>(m_count) / static_cast<float>(Buckets()) > m_maxLoadFactor) {
         try {
-            const size_t count = m_count;
-            Grow();
-            if (m_count != count) entry = Find(key);      // a key that changed its mind was dropped, perhaps this one
+            Grow(entry);
         } catch (...) {
-            Erase(key);
+            Unlink(made, m_buckets[probe.number & m_mask]);
+            delete made;
             throw;
         }
     }
     return entry;
 }
 
-// Every node is placed anew, from the front of the list to the node that was last when growing began. The list's order
-// changes in the course of it, and files depend on how.
-void HashTable::Grow() {
+// Every node is placed anew, from the front of the list to the one that was last when growing began: each key is asked for its
+// hash, and then compared within its bucket. The list's order changes in the course of it, and files depend on how. What a
+// key throws leaves the table as it was. A key whose Equals changed its mind is dropped; where it was the entry, that becomes
+// the one it equals.
+void HashTable::Grow(Node*& entry) {
     const size_t buckets = Buckets();
     if (buckets >= MostBuckets) return;
-    std::vector<Bucket> larger(buckets < 512 ? buckets * 8 : buckets * 2, Bucket{&m_end, &m_end});
-    Link* const last = m_end.previous;
-    // What a key throws leaves the table whole: numbers are taken before anything moves.
-    for (Link* at = m_end.next; at != &m_end; at = at->next) {
-        auto* node = static_cast<Node*>(at);
-        if (!node->isString) node->number = ProbeFor(node->key.Get()).number;
-    }
-    m_buckets.swap(larger);
+    std::vector<Node*> nodes;
+    nodes.reserve(m_count);
+    for (Link* at = m_end.next; at != &m_end; at = at->next) nodes.push_back(static_cast<Node*>(at));
+    std::vector<Bucket> earlier(buckets < 512 ? buckets * 8 : buckets * 2, Bucket{&m_end, &m_end});
+    m_buckets.swap(earlier);
     m_mask = m_buckets.size() - 1;
-    for (;;) {
-        Link* const at = m_end.next;
-        const bool wasLast = at == last;
-        auto* node = static_cast<Node*>(at);
-        at->previous->next = at->next;
-        at->next->previous = at->previous;
-        Node* existing = nullptr;
-        if (!Place(node, Probe{node->key.Get(), node->number, node->isString}, existing)) {
-            --m_count;                            // a key whose Equals changed its mind
-            delete node;
+    std::vector<Node*> dropped;
+    try {
+        for (Node* node : nodes) {
+            const Probe probe = node->isString ? Probe{node->key.Get(), node->number, true} : ProbeFor(node->key.Get());
+            node->previous->next = node->next;
+            node->next->previous = node->previous;
+            Node* existing = nullptr;
+            if (Place(node, probe, existing)) continue;
+            dropped.push_back(node);
+            if (entry == node) entry = existing;
         }
-        if (wasLast) break;
+    } catch (...) {
+        m_buckets.swap(earlier);
+        m_mask = m_buckets.size() - 1;
+        Relink(nodes);
+        throw;
     }
+    m_count -= dropped.size();
+    for (Node* node : dropped) delete node;
+}
+
+void HashTable::Relink(const std::vector<Node*>& nodes) {
+    Link* last = &m_end;
+    for (Node* node : nodes) {
+        last->next = node;
+        node->previous = last;
+        last = node;
+    }
+    last->next = &m_end;
+    m_end.previous = last;
 }
 
 bool HashTable::Erase(const ZvObject$& key) {
-    Node* node = Find(key);
+    const Probe probe = ProbeFor(key.Get());
+    Node* node = Find(probe);
     if (node == nullptr) return false;
     if (m_count == 1) {
         Clear();                                  // back to the first size: a new table again
         return true;
     }
-    Bucket& bucket = m_buckets[(node->isString ? node->number : ProbeFor(key.Get()).number) & m_mask];
-    Unlink(node, bucket);
+    Unlink(node, m_buckets[probe.number & m_mask]);
     delete node;
     return true;
 }

@@ -60,9 +60,11 @@ private:
     };
 
     static Probe ProbeFor(ZvObject* key);
+    Node* Find(const Probe& probe) const;
     bool Place(Node* node, const Probe& probe, Node*& existing);
     void Unlink(Node* node, Bucket& bucket);
-    void Grow();
+    void Grow(Node*& entry);
+    void Relink(const std::vector<Node*>& nodes);
     void ResetBuckets(size_t count);
 
     float m_maxLoadFactor = 1.0f;
