@@ -1,11 +1,13 @@
-// A program that knows nothing of the library: loads it and closes it again, many times.
+// A program that knows nothing of the library: loads it and closes it again, so often. Then no thread of the library's is left.
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <dlfcn.h>
+#include <filesystem>
+#include <iterator>
 
 int main(int argc, char** argv) {
-    if (argc != 2) return 2;
-    for (int i = 0; i < 20; ++i) {
+    if (argc != 3) return 2;
+    for (int i = std::atoi(argv[2]); i != 0; --i) {
         void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
         if (library == nullptr) {
             std::printf("%s\n", dlerror());
@@ -18,6 +20,7 @@ int main(int argc, char** argv) {
             return 5;
         }
     }
-    std::printf("loaded and closed\n");
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    std::printf("loaded and closed%s\n", std::distance(begin(threads), end(threads)) == 1 ? "" : ", with threads left");
     return 0;
 }
