@@ -18,10 +18,17 @@ namespace {
 
 constexpr int Interrupted = 130;                        // what shells know a Ctrl-C by
 
-int Render(const Options& options) {
+/// What would only show at the end otherwise.
+void Check(const Options& options) {
     if (FilterNamed(options.filter) == nullptr) throw UsageError{"\"" + options.filter + "\" is no filter"};
     const std::filesystem::path program = options.launcher.empty() ? options.worker : options.launcher;
     if (!std::filesystem::is_regular_file(program)) throw UsageError{program.string() + " is not there"};
+    const std::filesystem::path folder = std::filesystem::absolute(options.output).parent_path();
+    if (!std::filesystem::is_directory(folder)) throw UsageError{folder.string() + " is no folder"};
+}
+
+int Render(const Options& options) {
+    Check(options);
     const SceneFile scene(options);
     std::printf("%s: %s, %dx%d pixels, %d samples each\n", options.scene.c_str(), scene.summary->CStr(), scene.width, scene.height, scene.samples);
     std::fflush(stdout);

@@ -161,6 +161,7 @@ std::string SceneReader::Word() {
 
 float SceneReader::Number() {
     const std::string word = Word();
+    if (word.empty()) Fail("a number is missing");
     std::istringstream in(word);
     float number;
     if (!(in >> number) || in.peek() != std::char_traits<char>::eof()) Fail("\"" + word + "\" is no number");
