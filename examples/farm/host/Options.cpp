@@ -22,7 +22,7 @@ const char Usage[] =
     "  -s WxH         size of the picture\n"
     "  -n SAMPLES     for each pixel\n"
     "  -t EDGE        of a tile, in pixels (32)\n"
-    "  -f FILTER      of the smaller picture: box, triangle, bell, bspline or mitchell (bell)\n"
+    "  -f FILTER      of the smaller picture: box, triangle, bell or bspline (bell)\n"
     "  -p SECONDS     how long a worker may take for one answer before it is replaced (60)\n"
     "  --by-value     send tiles through the channels even where memory is shared\n";
 
