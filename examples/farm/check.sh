@@ -75,6 +75,28 @@ grep -q interrupted err
 grep -q ' of 96 tiles' cut.log
 nothing_left $host
 
+echo "== twice Ctrl-C: nothing is waited for"
+"$farm" -w 1 -n 1000000 -t 64 -o twice scene.farm >table 2>err &
+host=$!
+until workers=$(children $host) && [ -n "$workers" ]; do sleep 0.02; done
+kill -INT $host
+until grep -q interrupted err; do sleep 0.02; done
+kill -INT $host
+code=0
+wait $host || code=$?
+[ $code -eq 130 ] && [ -s twice.png ]
+nothing_left $host
+
+echo "== a host that is killed takes its workers along"
+"$farm" -w 2 -n 2000 -t 8 -o dead scene.farm >table 2>err &
+host=$!
+when_tiles dead 5
+workers=$(children $host)
+kill -KILL $host
+wait $host 2>/dev/null || true
+for pid in $workers; do while [ -e "/proc/$pid" ]; do sleep 0.02; done; done
+rm -rf "${TMPDIR:-/tmp}/zvc-farm-$host"-*
+
 echo "== a terminal gets one line that changes"
 TERM=xterm script -qec "'$farm' -w 1 -n 50 -o tty scene.farm" /dev/null >tty.out
 grep -q $'\r[ 0-9]* %.*left' tty.out

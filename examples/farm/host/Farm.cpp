@@ -28,11 +28,12 @@ void Farm::Supervise() {
     for (int seen = 0; !AllOver(); ZvThread::Sleep(LookEvery)) {
         m_job.progress.Show();
         for (const auto& place : m_places) place->KillIfOverdue();
-        if (seen == Interrupts()) continue;
-        seen = Interrupts();
-        m_job.progress.Note(seen == 1 ? "interrupted: the tiles under way are finished first (once more: they are not)" : "interrupted again");
-        m_job.tiles.Stop();
-        if (seen == 1) continue;
+        if (Interrupts() != seen) {
+            m_job.progress.Note(seen == 0 ? "interrupted: the tiles under way are finished first (once more: they are not)" : "interrupted again");
+            m_job.tiles.Stop();
+            seen = Interrupts();
+        }
+        if (seen < 2) continue;
         for (const auto& place : m_places) place->Kill();
     }
 }

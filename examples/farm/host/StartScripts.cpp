@@ -34,7 +34,7 @@ StartScripts::StartScripts(const Options& options) : m_folder(NewFolder()) {
     for (size_t i = 0; i < options.hosts.size(); ++i) {
         std::string command = Quoted(options.worker);
         if (!options.launcher.empty()) command = Quoted(options.launcher) + " " + Quoted(options.hosts[i]) + " " + command;
-        std::ofstream(Path(i)) << "#!/bin/sh\nexec " << command << " 2>>" << Quoted(ErrorPath(i)) << "\n";
+        std::ofstream(Path(i)) << "#!/bin/sh\nexec " << command << " 2>" << Quoted(ErrorPath(i)) << "\n";
         std::filesystem::permissions(Path(i), std::filesystem::perms::owner_all);
     }
 }

@@ -17,7 +17,7 @@ public:
     /// The script of a worker, counted from 0.
     std::string Path(size_t worker) const;
 
-    /// The last line that a worker, or its launcher, said; "" for nothing.
+    /// The last line that the latest worker of a script, or its launcher, said; "" for nothing.
     std::string LastWords(size_t worker) const;
 
 private:
