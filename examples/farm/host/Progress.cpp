@@ -2,12 +2,13 @@
 
 #include "Time.h"
 
+#include <zvc/platform/Pipe.h>
+
 #include <cstdio>
-#include <unistd.h>
 
 namespace farm {
 
-Progress::Progress(const Tiles& tiles) : m_tiles(tiles), m_terminal(isatty(2) != 0), m_start(Seconds()) {}
+Progress::Progress(const Tiles& tiles) : m_tiles(tiles), m_terminal(zvc::platform::IsTerminal(zvc::platform::StandardStream::Error)), m_start(Seconds()) {}
 
 std::string Progress::Line(size_t done) const {
     const double elapsed = Seconds() - m_start;

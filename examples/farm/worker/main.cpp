@@ -1,11 +1,11 @@
 // A worker of the render farm: serves its host's calls until the host stops the conversation, or is gone.
 
+#include <zvc/platform/Pipe.h>
 #include <zvc/zvc.h>
 
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <unistd.h>
 
 ZV_MODULE("farm_worker", nullptr, nullptr)
 
@@ -19,7 +19,7 @@ int Fail(const char* reason) {
 
 void Serve() {
     const ZvChannel$ channel = new ZvChannel(1);
-    dup2(2, 1);                                          // standard output is the channel's: whatever prints goes elsewhere
+    zvc::platform::StandardOutputToError();              // the output is the channel's: whatever prints goes elsewhere
     ZvSystem::LoadPlugin(new ZvString("farm_scene"));
     remoting::RemotingConfigulation::RegisterActivatedType(ZvType$(ZvSystem::FindType("farm::Renderer")));
     channel->WatchPeer();                                // the host may die, too
