@@ -16,7 +16,7 @@ ZV_METHODS(ZvChannel)
 ZV_CONSTRUCTORS(ZvChannel)
 
 namespace platform = zvc::platform;
-using zvc::detail::ChannelInput;
+using zvc::detail::ReadAhead;
 
 /// Stands where a thread is in the channel, so that Abandon can wait for it to leave. It holds the state: as soon as the last
 /// one is counted out the channel may be gone.
@@ -61,7 +61,7 @@ void ZvChannel::Open(unsigned int slots, const ZvStream$& input, const ZvStream$
     void* const pipe = zvc::detail::FileHandleOf(input.Get());
     const bool endable = pipe != nullptr && platform::FileMakeCancellable(pipe);
     if (void* const outgoing = zvc::detail::FileHandleOf(output.Get())) platform::FileMakeCancellable(outgoing);
-    m_state->reader = new ChannelInput(input, endable, *m_state);
+    m_state->reader = new ReadAhead(input, endable, *m_state);
     m_state->coder = new ZvBinaryCoder(new ZvStreamingContext(ZvStreamingContext::MarshalChannel));
     m_state->coder->SetChannel(this);
     CreateMethodResponseSplitter(slots);
@@ -88,7 +88,10 @@ void ZvChannel::Leave() {
     JoinListener();
 }
 
-void ZvChannel::CreateMethodResponseSplitter(unsigned int slots) { m_state->responses = std::vector<ZvChannelMailbox>(slots); }
+void ZvChannel::CreateMethodResponseSplitter(unsigned int slots) {
+    m_state->methods = ZvChannelMailbox();
+    m_state->responses = std::vector<ZvChannelMailbox>(slots);
+}
 
 ZvProcess$ ZvChannel::GetProcess() { return m_state->process; }
 
@@ -112,7 +115,7 @@ ZvObject$ ZvChannel::Receive() {
     ZvObject$ message;
     try {
         m_state->coder->Read(m_state->reader, message);
-    } catch (const ChannelInput::Ended&) {
+    } catch (const ReadAhead::Ended&) {
         message = ZvObject$();
     }
     return message;

@@ -5,7 +5,7 @@
 #include "zvc/platform/Event.h"
 #include "zvc/platform/Handle.h"
 #include "zvc/remoting/ZvChannel.h"
-#include "zvc/remoting/ZvChannelInput.h"
+#include "zvc/serialization/ZvReadAhead.h"
 #include "zvc/remoting/ZvProcess.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
 #include "zvc/values/ZvQueue.h"
@@ -25,7 +25,7 @@ struct ZvChannelMailbox {
     ZvObject$ Take(const std::atomic<bool>& ended);
 };
 
-struct ZvChannel::State final : zvc::detail::ChannelInput::Ending {
+struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
     State();
     ~State();
 
