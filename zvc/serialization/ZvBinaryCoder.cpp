@@ -59,7 +59,6 @@ size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
         }
     }
     auto* bytes = static_cast<unsigned char*>(data);
-    std::memset(bytes, 0, size);
     size_t done = 0;
     while (done < size) {
         const long long got = stream->Read(bytes + done, static_cast<long long>(size - done));
@@ -67,6 +66,7 @@ size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
         done += static_cast<size_t>(got);
         if (done < size && stream->Fail()) break;
     }
+    std::memset(bytes + done, 0, size - done);
     return done;
 }
 
