@@ -2,7 +2,6 @@
 
 #include <zvc/zvc.h>
 
-#include "support/Bytes.h"
 #include "support/Cases.h"
 #include "support/Temporary.h"
 
