@@ -52,7 +52,7 @@ enum Kind : unsigned char { Plain, Markup, Foreign };
 constexpr auto Kinds = [] {
     std::array<Kind, 256> kinds{};
     for (size_t c = 0; c < kinds.size(); ++c) kinds[c] = c >= 0x7E || c == '\\' ? Foreign : Plain;
-    for (const unsigned char c : {'"', '&', '<', '>'}) kinds[c] = Markup;
+    for (const char c : {'"', '&', '<', '>'}) kinds[static_cast<unsigned char>(c)] = Markup;
     return kinds;
 }();
 
