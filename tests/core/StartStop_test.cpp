@@ -42,7 +42,7 @@ TEST(StartStop, ProcessWithALoadedPluginEndsWithItsOwnCodeAndTermRunsOnce) {
 
 TEST(StartStop, LibraryLoadsAndClosesAgain) {
     const std::string library = Beside("../lib/libzvc.so.0");
-    const Outcome outcome = Execute(Beside("host_dlopen") + " " + library);
+    const Outcome outcome = Execute(Beside("host_dlopen") + " " + library + " 20");
     EXPECT_EQ(outcome.output, "loaded and closed\n");
     EXPECT_EQ(outcome.code, 0);
 }

@@ -41,6 +41,7 @@ private:
 };
 ZV_DECLARE_HANDLE(ZvQueue, ZvObject$);
 
+/// The walk over a queue.
 class ZV_API ZvQueue::Enumerator : public ZvObject, public ZvIEnumerator {
     ZV_DECLARE_CLASS(ZvQueue::Enumerator)
 public:

@@ -45,4 +45,6 @@ Handle StandardHandle(StandardStream stream) noexcept {
     return Adopt(descriptor, stream == StandardStream::Input ? FileAccessRead : FileAccessWrite);
 }
 
+bool StandardOutputToError() noexcept { return dup2(2, 1) >= 0; }
+
 }
