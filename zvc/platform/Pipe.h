@@ -21,4 +21,7 @@ ZV_API Handle StandardHandle(StandardStream stream) noexcept;
 /// stays on the output: for a program whose output belongs to a conversation. False when it has no standard error.
 ZV_API bool StandardOutputToError() noexcept;
 
+/// Does a standard stream lead to a terminal, where somebody looks on?
+ZV_API bool IsTerminal(StandardStream stream) noexcept;
+
 }

@@ -47,4 +47,6 @@ Handle StandardHandle(StandardStream stream) noexcept {
 
 bool StandardOutputToError() noexcept { return dup2(2, 1) >= 0; }
 
+bool IsTerminal(StandardStream stream) noexcept { return isatty(static_cast<int>(stream)) == 1; }
+
 }
