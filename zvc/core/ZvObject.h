@@ -50,11 +50,23 @@ public:
     long ReferenceCount() const { return m_ref_count.load(); }
 
     /// One owner more.
-    void Retain() { m_ref_count.fetch_add(1); }
+    void Retain() {
+        // An object without owners is known to one thread alone.
+        if (m_ref_count.load(std::memory_order_relaxed) == 0)
+            m_ref_count.store(1, std::memory_order_relaxed);
+        else
+            m_ref_count.fetch_add(1);
+    }
 
     /// One owner less; the last one disposes of the object and deletes it.
     void Release() {
-        if (m_ref_count.fetch_sub(1) == 1) Destroy();
+        // So is an object whose one owner is about to let go.
+        if (m_ref_count.load(std::memory_order_acquire) == 1) {
+            m_ref_count.store(0, std::memory_order_relaxed);
+            Destroy();
+        } else if (m_ref_count.fetch_sub(1) == 1) {
+            Destroy();
+        }
     }
 
     /// Takes one from the count and does nothing else: the way out for an object that must outlive its last owner.

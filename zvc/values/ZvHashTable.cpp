@@ -59,13 +59,15 @@ void HashTable::ResetBuckets(size_t count) {
     m_mask = count - 1;
 }
 
+uint32_t HashTable::NumberOf(size_t hash) { return Mix(static_cast<uint32_t>(hash) ^ 0xDEADBEEF); }
+
 HashTable::Probe HashTable::ProbeFor(ZvObject* key) {
     if (key == nullptr) return {nullptr, Mix(0), false};
     if (IsExactlyString(key)) {
         const size_t hash = ZvString::Hash(TextOf(key));
-        return {key, Mix(static_cast<uint32_t>(hash) ^ 0xDEADBEEF), true};
+        return {key, NumberOf(hash), true};
     }
-    return {key, Mix(static_cast<uint32_t>(key->GetHashCode()) ^ 0xDEADBEEF), false};
+    return {key, NumberOf(key->GetHashCode()), false};
 }
 
 HashTable::Node* HashTable::Find(const ZvObject$& key) const {

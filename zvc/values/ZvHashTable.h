@@ -40,6 +40,27 @@ public:
     const Link* First() const { return m_end.next; }
 
     Node* Find(const ZvObject$& key) const;
+    /// The entry with this very string as its key, where a look at each of few entries tells it; null does not say that there is
+    /// none.
+    const Node* FindSame(const ZvObject* key) const {
+        if (m_count > 16) return nullptr;
+        for (const Link* at = m_end.next; at != &m_end; at = at->next) {
+            const auto* node = static_cast<const Node*>(at);
+            if (node->key.Get() == key) return node;
+        }
+        return nullptr;
+    }
+    /// What Find gives for a key with this hash, where matches(stored key) tells what the keys would answer each other.
+    template <class Matches>
+    const Node* FindLike(size_t hash, Matches matches) const {
+        const Bucket& bucket = m_buckets[NumberOf(hash) & m_mask];
+        if (bucket.first == &m_end) return nullptr;
+        for (const Link* at = bucket.first;; at = at->next) {
+            const auto* node = static_cast<const Node*>(at);
+            if (matches(node->key.Get())) return node;
+            if (at == bucket.last) return nullptr;
+        }
+    }
     /// The entry of key, and whether it was made now with the value.
     Node* Insert(const ZvObject$& key, const ZvObject$& value, bool& inserted);
     bool Erase(const ZvObject$& key);
@@ -59,6 +80,7 @@ private:
         bool isString;
     };
 
+    static uint32_t NumberOf(size_t hash);
     static Probe ProbeFor(ZvObject* key);
     bool Place(Node* node, const Probe& probe, Node*& existing);
     void Unlink(Node* node, Bucket& bucket);
