@@ -42,7 +42,7 @@ TEST(StartStop, ProcessWithALoadedPluginEndsWithItsOwnCodeAndTermRunsOnce) {
 
 TEST(StartStop, LibraryLoadsAndClosesAgain) {
     const std::string library = BesideTests("../lib/libzvc.so.0");
-    const Outcome outcome = RunProgram(BesideTests("host_dlopen") + " " + library);
+    const Outcome outcome = RunProgram(BesideTests("host_dlopen") + " " + library + " 20");
     EXPECT_EQ(outcome.output, "loaded and closed\n");
     EXPECT_EQ(outcome.code, 0);
 }

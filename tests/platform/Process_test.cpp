@@ -379,3 +379,20 @@ TEST(Pipe, StandardHandlesStandOnDescriptorsOfTheirOwn) {
     waitpid(host, &status, 0);
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
+
+TEST(Pipe, StandardStreamOnAPipeIsNoTerminal) {
+    const pid_t host = fork();
+    if (host == 0) {
+        int ends[2];
+        if (pipe(ends) != 0 || dup2(ends[1], 2) < 0) _exit(1);
+        if (IsTerminal(StandardStream::Error)) _exit(2);
+        const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+        if (terminal < 0 || dup2(terminal, 2) < 0) _exit(3);
+        if (!IsTerminal(StandardStream::Error)) _exit(4);
+        close(2);
+        _exit(IsTerminal(StandardStream::Error) ? 5 : 0);
+    }
+    int status = 1;
+    waitpid(host, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}

@@ -1,6 +1,7 @@
 #include "zvc/remoting/ZvProcess.h"
 
 #include "support/Child.h"
+#include "support/Folder.h"
 #include "zvc/platform/Process.h"
 #include "zvc/platform/Thread.h"
 
@@ -43,20 +44,6 @@ std::string FileText(const std::string& path) {
     std::ifstream in(path);
     return {std::istreambuf_iterator<char>(in), {}};
 }
-
-class Folder {
-public:
-    Folder() {
-        char name[] = "/tmp/zvc-process-XXXXXX";
-        EXPECT_NE(mkdtemp(name), nullptr);
-        m_path = name;
-    }
-    ~Folder() { std::filesystem::remove_all(m_path); }
-    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
 
 }
 

@@ -6,7 +6,8 @@
 /// The recursive lock with a condition queue behind an object's Lock and Wait.
 ///
 /// A notification wakes a thread that waits already, and is lost otherwise. No order among waiters is kept: a thread that
-/// begins to wait after a notification can take the grant of one that waited before it.
+/// begins to wait after a notification can take the grant of one that waited before it. So all who wait on one object must wait
+/// for the same thing; where a certain one is meant to wake up, it needs an object of its own.
 ///
 /// Inside, the lock is taken before the guard, the guard is never held during a wait, and nobody waits for the lock while
 /// holding the guard.

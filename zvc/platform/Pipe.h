@@ -17,4 +17,11 @@ enum class StandardStream : int { Input = 0, Output = 1, Error = 2 };
 /// closing it leaves the stream open for whoever prints. Null when the process has no such stream.
 ZV_API Handle StandardHandle(StandardStream stream) noexcept;
 
+/// From now on what this process prints to its standard output goes to its standard error. A handle that was taken before
+/// stays on the output: for a program whose output belongs to a conversation. False when it has no standard error.
+ZV_API bool StandardOutputToError() noexcept;
+
+/// Does a standard stream lead to a terminal, where somebody looks on?
+ZV_API bool IsTerminal(StandardStream stream) noexcept;
+
 }

@@ -18,17 +18,18 @@ ZV_CONSTRUCTORS(ZvChannel)
 namespace platform = zvc::platform;
 using zvc::detail::ChannelInput;
 
-/// Stands where a thread is in the channel, so that Abandon can wait for it to leave.
+/// Stands where a thread is in the channel, so that Abandon can wait for it to leave. It holds the state: as soon as the last
+/// one is counted out the channel may be gone.
 class ZvChannel::Inside {
 public:
-    explicit Inside(State& state) : m_state(state) { ++m_state.inside; }
+    explicit Inside(const std::shared_ptr<State>& state) : m_state(state) { ++m_state->inside; }
     ~Inside() {
-        if (--m_state.inside == 0 && m_state.ended) m_state.empty.Set();
+        if (--m_state->inside == 0 && m_state->ended) m_state->empty.Set();
     }
     Inside(const Inside&) = delete;
 
 private:
-    State& m_state;
+    std::shared_ptr<State> m_state;
 };
 
 // ---- beginning and end ----------------------------------------------------------------------------------------------------
@@ -67,16 +68,22 @@ void ZvChannel::Open(unsigned int slots, const ZvStream$& input, const ZvStream$
     m_state->stopLock = new ZvObject;
 }
 
-ZvChannel::ZvChannel(const ZvChannel& other) : ZvObject(other), m_state(other.m_state) {}
+ZvChannel::ZvChannel(const ZvChannel& other) : ZvObject(other), m_state(other.m_state) { ++m_state->channels; }
 
 ZvChannel& ZvChannel::operator=(const ZvChannel& other) {
+    ++other.m_state->channels;
+    Leave();
     m_state = other.m_state;
     return *this;
 }
 
 // The listening thread works on the plain channel. One that is still in a read is ended, for nobody could do so any more.
-ZvChannel::~ZvChannel() {
-    if (m_state.use_count() != 1 || m_state->listener == platform::InvalidHandle) return;
+ZvChannel::~ZvChannel() { Leave(); }
+
+void ZvChannel::Leave() {
+    if (--m_state->channels != 0) return;
+    EndAsync();
+    if (m_state->listener == platform::InvalidHandle) return;
     m_state->End();
     JoinListener();
 }
@@ -88,7 +95,7 @@ ZvProcess$ ZvChannel::GetProcess() { return m_state->process; }
 // ---- messages -------------------------------------------------------------------------------------------------------------
 
 void ZvChannel::Send(const ZvObject$& message) {
-    Inside inside(*m_state);
+    Inside inside(m_state);
     ZvLock lock(this);
     if (message && IsStopDataTransfer()) throw ZvChannelException("stopDataTransfer");
     if (m_state->ended) return;
@@ -132,17 +139,17 @@ ZvObject$ ZvChannelMailbox::Take(const std::atomic<bool>& ended) {
 }
 
 ZvObject$ ZvChannel::GetMethod() {
-    Inside inside(*m_state);
+    Inside inside(m_state);
     return m_state->methods.Take(m_state->ended);
 }
 
 ZvObject$ ZvChannel::GetResponse(unsigned int slot) {
-    Inside inside(*m_state);
+    Inside inside(m_state);
     return m_state->responses[slot].Take(m_state->ended);
 }
 
 remoting::MethodResponse$ ZvChannel::Exchange(const ZvObject$& call, unsigned int slot) {
-    Inside inside(*m_state);                             // from the sending to the answer: nobody destroys it in between
+    Inside inside(m_state);                             // from the sending to the answer: nobody destroys it in between
     Send(call);
     return GetResponse(slot);
 }

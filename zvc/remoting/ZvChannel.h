@@ -127,6 +127,7 @@ private:
     class Input;
     class Inside;
 
+    void Leave();
     void Open(unsigned int slots, const ZvStream$& input, const ZvStream$& output);
     void Sort(const ZvObject$& message);
     void Listen();

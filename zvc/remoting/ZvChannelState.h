@@ -61,6 +61,7 @@ struct ZvChannel::State final : zvc::detail::ChannelInput::Ending {
     std::atomic<bool> watched{false};
     std::atomic<bool> peerGone{false};
     mutable zvc::platform::Event over;                   // set when listening is over, however it came to that
+    std::atomic<unsigned int> channels{1};               // that share this
     std::atomic<unsigned int> inside{0};                 // threads in Send, GetMethod, GetResponse
     zvc::platform::Event empty;                          // set when the last of them leaves an ended channel
 };

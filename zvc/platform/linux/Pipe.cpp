@@ -45,4 +45,8 @@ Handle StandardHandle(StandardStream stream) noexcept {
     return Adopt(descriptor, stream == StandardStream::Input ? FileAccessRead : FileAccessWrite);
 }
 
+bool StandardOutputToError() noexcept { return dup2(2, 1) >= 0; }
+
+bool IsTerminal(StandardStream stream) noexcept { return isatty(static_cast<int>(stream)) == 1; }
+
 }
