@@ -351,3 +351,18 @@ TEST(ZvType, CodecAndFactoryGoTogetherInTheLibrary) {
     }
     EXPECT_GT(seen, 150);
 }
+
+TEST(ZvType, KnowsWhetherItsObjectsCompareByIdentity) {
+    const auto byIdentity = [](const ZvObject$& o) { return o->GetType()->ComparesByIdentity(o.Get()); };
+    EXPECT_TRUE(byIdentity(new ZvEventArgs));
+    EXPECT_TRUE(byIdentity(new ZvEnum));
+    EXPECT_FALSE(byIdentity(new ZvString));
+    EXPECT_FALSE(byIdentity(new ZvData));
+    EXPECT_FALSE(byIdentity(new ZvArrayList));
+    EXPECT_FALSE(byIdentity(new ZvPrimitive<int>));
+    // Of a class that does not say what it is nothing is known.
+    class Silent : public ZvEventArgs {
+        bool Equals(const ZvObject*) const override { return true; }
+    };
+    EXPECT_FALSE(byIdentity(new Silent));
+}
