@@ -67,7 +67,11 @@ void OutputWindow::Settle() {
 bool OutputWindow::PutMore(const void* data, size_t size) {
     if (!m_isFile) return false;
     Settle();
-    if (size > BufferSize) return false;
+    if (size > BufferSize) {
+        m_stream->Write(data, static_cast<long long>(size));      // large blocks need no gathering
+        if (m_stream->Fail()) m_failed = true;
+        return true;
+    }
     std::memcpy(m_next, data, size);
     m_next += size;
     return true;
