@@ -36,7 +36,7 @@ void Clean() {
     benchmark::DoNotOptimize(data);
     char byte = 1;
     if (write(ready, &byte, 1) == 1 && read(go, &byte, 1) == 1) {
-        int* volatile nowhere = nullptr;
+        volatile int* volatile nowhere = nullptr;
         *nowhere = 1;
     }
     _exit(1);

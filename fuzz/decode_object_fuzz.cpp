@@ -1,72 +1,45 @@
 // Any bytes through DecodeObject: a value or a ZvCoderException, and nothing else. The first byte chooses whether objects
 // are tracked and which stream carries the bytes.
 
-#include "serialization/CaseClasses.h"
+#include "Scratch.h"
+#include "StreamScript.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
-#include <string>
+#include <vector>
 
 ZV_MODULE("App", nullptr, nullptr)
 
-namespace {
-
-using Bytes = ZvHandle<ZvPrimArray<unsigned char>, ZvArrayValue$>;
-
-const char* TemporaryFile() {
-    static const std::string s_path = [] {
-        char name[] = "/tmp/zvc-fuzz-XXXXXX";
-        if (mkstemp(name) < 0) std::abort();
-        return std::string(name);
-    }();
-    return s_path.c_str();
-}
-
-void DecodeAll(ZvStream$& stream, int state) {
-    ZvBinaryCoder$ coder = new ZvBinaryCoder(new ZvStreamingContext(static_cast<ZvStreamingContext::States>(state)));
-    try {
-        for (int i = 0; i < 16; ++i) {
-            ZvObject$ object;
-            coder->Read(stream, object);
-        }
-    } catch (const ZvCoderException&) {
-    }
-}
-
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const ScratchFile s_file("decode_object");
     if (size == 0) return 0;
     const int choice = data[0];
-    const int state = choice & 1;
+    const int state = choice & 1, kind = choice >> 1 & 7;
     ++data;
     --size;
-    if ((choice & 6) == 0) {
-        Bytes bytes = new ZvPrimArray<unsigned char>(size + 1, nullptr);
-        std::memcpy(bytes->GetBaseAddress(), data, size);
-        (*bytes)[size] = 0;
-        ZvStream$ stream = new ZvMemoryStream(bytes);
-        DecodeAll(stream, state);
-    } else if ((choice & 6) == 2) {
-        FILE* file = std::fopen(TemporaryFile(), "wb");
-        std::fwrite(data, 1, size, file);
-        std::fclose(file);
-        ZvStream$ stream = new ZvFileStream(TemporaryFile(), ZvFile::Read, ZvFile::Open);
-        DecodeAll(stream, state);
-    } else if ((choice & 6) == 4) {
-        std::stringstream text(std::string(reinterpret_cast<const char*>(data), size));
-        ZvStream$ stream = new ZvStdIOStream(text);
-        DecodeAll(stream, state);
+    std::vector<char> text(data, data + size);
+    std::stringstream wrapped;
+    ZvStream$ stream;
+    if (kind == 0) {
+        text.push_back('\0');                // the stream never passes its last byte
+        ByteArray bytes = new ZvPrimArray<unsigned char>(text.size(), reinterpret_cast<unsigned char*>(text.data()));
+        stream = new ZvMemoryStream(bytes);
+    } else if (kind == 1) {
+        s_file.SetContent(data, size);
+        stream = new ZvFileStream(s_file.Path(), ZvFile::Read, ZvFile::Open);
+    } else if (kind == 2) {
+        wrapped.write(text.data(), static_cast<std::streamsize>(size));
+        stream = new ZvStdIOStream(wrapped);
+    } else if (kind == 3) {
+        s_file.SetContent(data, size);
+        stream = new ZvStdFILEStream(s_file.Path(), "rb");
     } else {
-        FILE* file = std::fopen(TemporaryFile(), "wb");
-        std::fwrite(data, 1, size, file);
-        std::fclose(file);
-        ZvStream$ stream = new ZvStdFILEStream(TemporaryFile(), "rb");
-        DecodeAll(stream, state);
+        std::vector<char> room(size + 1);
+        stream = new ZvStrStream(room.data(), static_cast<long long>(room.size()), 0);
+        stream->Write(text.data(), static_cast<long long>(size));
+        Decode(stream, state, 16);
+        stream = nullptr;                    // before its buffer
+        return 0;
     }
+    Decode(stream, state, 16);
     return 0;
 }
-
-// A box or an array of plain pointers owns nothing by design: what only it refers to is its reader's to free.
-extern "C" const char* __asan_default_options() { return "detect_leaks=0:allocator_may_return_null=1"; }

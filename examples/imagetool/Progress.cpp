@@ -13,8 +13,8 @@ double SecondsSince(unsigned long long ticks) {
 }
 }
 
-Progress::Progress(bool shown) {
-    if (!shown) return;
+Progress::Progress(Mode mode) : m_mode(mode) {
+    if (mode == Never) return;
     zvc::Delegate<void()> run(this, &Progress::Run);
     m_thread = new ZvThread(run);
     m_thread->Start();
@@ -30,7 +30,7 @@ void Progress::Step(const std::string& text) {
     const std::lock_guard lock(m_mutex);
     m_text = text;
     m_since = ZvSystem::RealTimeNow();
-    if (m_drawn) Draw();
+    if (m_drawn || m_mode == Always) Draw();
 }
 
 void Progress::Clear() {

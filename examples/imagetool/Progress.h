@@ -8,12 +8,13 @@
 
 namespace imagetool {
 
-/// One line on standard error that says what is being done and since when. It shows itself once something takes longer than a
-/// third of a second, is renewed ten times a second by a thread of its own, and is gone at the end.
+/// One line on standard error that says what is being done and since when. It is renewed ten times a second by a thread of its
+/// own, and is gone at the end.
 class Progress {
 public:
-    /// Without effect unless shown.
-    explicit Progress(bool shown);
+    enum Mode { Never, WhenSlow, Always };         ///< WhenSlow: once something takes longer than a third of a second
+
+    explicit Progress(Mode mode);
     ~Progress();
 
     /// What is being done now.
@@ -26,6 +27,7 @@ private:
     void Run();
     void Draw();
 
+    const Mode m_mode;
     std::mutex m_mutex;
     std::string m_text;
     unsigned long long m_since = 0;

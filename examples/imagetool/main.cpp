@@ -33,7 +33,7 @@ constexpr char Usage[] =
     "  -d DEPTH        8 or 16 bits a channel\n"
     "  -e STOPS        exposure of a high-dynamic-range picture that becomes an ordinary one (0)\n"
     "  -O NAME=VALUE   an option of the codec: quality=80, compression=9, subsampling=444, progressive=1, ...\n"
-    "  -p              show progress even where standard error is no terminal\n"
+    "  -p              show progress always, and not on a terminal alone when something takes long\n"
     "  -l              the formats that there are\n";
 
 struct UsageError {
@@ -73,7 +73,8 @@ struct Arguments {
     const NamedFilter* filter = &FilterNamed("triangle");
     int channels = 0, depth = 0;
     double exposure = 0;
-    bool progress = isatty(2) != 0, list = false;
+    Progress::Mode progress = isatty(2) != 0 ? Progress::WhenSlow : Progress::Never;
+    bool list = false;
 };
 
 int Number(const std::string& text, int least, int greatest) {
@@ -98,7 +99,7 @@ Arguments Parse(int argc, char** argv) {
         else if (word == "-c") a.channels = Number(value(), 1, 4);
         else if (word == "-d") a.depth = Number(value(), 8, 16);
         else if (word == "-e") a.exposure = Number(value(), -100, 100);
-        else if (word == "-p") a.progress = true;
+        else if (word == "-p") a.progress = Progress::Always;
         else if (word == "-l") a.list = true;
         else if (word == "-O") {
             const std::string pair = value();
@@ -188,7 +189,7 @@ ZvImage$ Resized(const ZvImage$& image, const Arguments& a, Progress& progress, 
     return headroom ? FromHeadroom(work, image->GetDepth()) : work;
 }
 
-bool Save(const ZvImage$& image, const std::string& path, const Arguments& a) {
+bool SaveAs(const ZvImage$& image, const std::string& path, const Arguments& a) {
     constexpr size_t most = 8;
     const char* words[2 * most + 1] = {};
     size_t count = 0;
@@ -202,6 +203,16 @@ bool Save(const ZvImage$& image, const std::string& path, const Arguments& a) {
     // Behind the null that ends them the rest is not looked at.
     return image->Save(path.c_str(), words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7], words[8], words[9],
                        words[10], words[11], words[12], words[13], words[14], words[15], words[16]);
+}
+
+// A format that cannot hold the picture gets the plain one, without alpha and of 8 bits, unless the user has said what to save; image is then what was
+// saved.
+bool Save(ZvImage$& image, const std::string& path, const Arguments& a) {
+    if (SaveAs(image, path, a)) return true;
+    const int plain = image->GetChannels() < 3 ? 1 : 3;
+    if (a.channels != 0 || a.depth != 0 || IsPacked(image) || (image->GetChannels() == plain && image->GetDepth() == 8)) return false;
+    image = Convert(image, plain, 8);
+    return SaveAs(image, path, a);
 }
 
 void Treat(const std::string& picture, const Arguments& a, Progress& progress, const std::string& label) {

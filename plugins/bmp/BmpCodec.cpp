@@ -192,7 +192,8 @@ private:
         }
     }
 
-    // Pixels that no run reaches have the palette's first colour.
+    // Pixels that no run reaches have the palette's first colour. What a run has behind the end of its row is dropped: there are
+    // programs that write the padding of their rows along.
     bool ReadRuns(size_t& used) {
         const int64_t width = m_header.width, height = m_header.height;
         const unsigned bits = m_header.bits;
@@ -202,7 +203,8 @@ private:
         }
         int64_t x = 0, y = 0;
         const auto place = [&](unsigned index) {
-            if (x >= width || y >= height) return false;
+            if (y >= height) return false;
+            if (x >= width) return true;
             uint8_t* to = m_image.GetPixel(static_cast<int>(x++), static_cast<int>(y));
             Put(to, index);
             return true;

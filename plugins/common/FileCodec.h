@@ -55,6 +55,9 @@ public:
     bool EncodeImage(const ZvImage* image, int optionCount, const char** names, const char** values) final;
 
 protected:
+    using ZvImgCodec::Decode;                // of objects, beside those of images
+    using ZvImgCodec::Encode;
+
     /// The image's file starts at the first byte; used takes how many of them it has. False for what cannot be read.
     virtual bool Decode(Bytes file, ZvImage& image, size_t& used) = 0;
 

@@ -1,8 +1,11 @@
 #include <zvc/zvc.h>
 
+#include "support/Slots.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,67 +34,6 @@ using Traced$ = ZvHandle<Traced, ZvObject$>;
 
 ZV_DEFINE_CLASS(Traced, (ZvObject))
 ZV_DEFINE_CLASS(MoreTraced, (Traced))
-
-TEST(ZvHandle, IsOnePointer) {
-    static_assert(sizeof(ZvObject$) == sizeof(void*));
-    static_assert(sizeof(ZvString$) == sizeof(void*));
-    static_assert(sizeof(ZvIList$) == sizeof(void*));
-    static_assert(sizeof(ZvArguments$) == sizeof(void*));
-    static_assert(!std::is_same_v<ZvString$, ZvHandle<ZvString, ZvObject$>>);
-}
-
-TEST(ZvHandle, AssignmentToItselfAndToTheSameObjectLeaveTheCount) {
-    ZvString$ a = new ZvString("a");
-    ZvString$& alias = a;
-    a = alias;
-    EXPECT_EQ(a->ReferenceCount(), 1);
-    ZvString$ b = a;
-    EXPECT_EQ(a->ReferenceCount(), 2);
-    b = a;
-    EXPECT_EQ(a->ReferenceCount(), 2);
-    a = nullptr;
-    EXPECT_EQ(b->ReferenceCount(), 1);
-    EXPECT_TRUE(!a);
-    EXPECT_TRUE(a == nullptr);
-    EXPECT_TRUE(b != nullptr);
-    EXPECT_TRUE(b ? true : false);
-}
-
-TEST(ZvHandle, ComparesObjectsAndNotValues) {
-    const ZvString$ a = new ZvString("x"), b = new ZvString("x"), c = a;
-    EXPECT_FALSE(a == b);
-    EXPECT_TRUE(a != b);
-    EXPECT_TRUE(a == c);
-    EXPECT_TRUE(a->Equals(b.Get()));
-}
-
-TEST(ZvHandle, CastToAnUnrelatedClassIsNull) {
-    ZvObject$ o = new ZvString("x");
-    const ZvArrayList$ list = o;
-    EXPECT_TRUE(!list);
-    const ZvString$ string = o;
-    EXPECT_TRUE(string);
-    EXPECT_EQ(o->ReferenceCount(), 2);
-    const ZvString$ none = ZvObject$();
-    EXPECT_TRUE(!none);
-}
-
-TEST(ZvHandle, InterfaceAndObjectConvertToEachOther) {
-    ZvArrayList$ list = new ZvArrayList;
-    ZvICollection$ collection = list;
-    EXPECT_EQ(list->ReferenceCount(), 2);
-    EXPECT_EQ(collection->ReferenceCount(), 2);
-    ZvObject$ back = collection;
-    EXPECT_TRUE(back == list);
-    EXPECT_EQ(ZvInterface::FromObject(list.Get()), static_cast<ZvInterface*>(static_cast<ZvIList*>(list.Get())));
-    EXPECT_EQ(ZvInterface::ToObject(collection.Get()), list.Get());
-    EXPECT_EQ(ZvInterface::FromObject(nullptr), nullptr);
-    EXPECT_EQ(ZvInterface::ToObject(nullptr), nullptr);
-    const ZvObject$ plain = new ZvString("x");
-    EXPECT_EQ(ZvInterface::FromObject(plain.Get()), nullptr);
-    const ZvIDictionary$ dictionary = collection;
-    EXPECT_TRUE(!dictionary);
-}
 
 TEST(ZvObject, LastHandleDisposesOnceAndThenDestroys) {
     s_trace.clear();
@@ -158,108 +100,6 @@ TEST(ZvSystem, MallocOfAnImpossibleSizeRaises) {
     ZvSystem::AlignedFree(block);
 }
 
-TEST(ZvException, CopySharesTheMessage) {
-    ZvBadCastException e("no");
-    ZvBadCastException copy(e);
-    EXPECT_TRUE(e.What() == copy.What());
-    EXPECT_EQ(*e.What(), "no");
-    EXPECT_TRUE(!ZvException().What());
-    EXPECT_EQ(ZvPluginUnloadedException::s_type.GetBaseType(), &ZvException::s_type);
-    EXPECT_EQ(ZvBadAllocException::s_type.GetBaseType(), &ZvException::s_type);
-}
-
-TEST(ZvMonitor, WaitWithoutAGrantTimesOut) {
-    ZvMonitor m;
-    m.Lock();
-    EXPECT_FALSE(m.Wait(0));
-    EXPECT_FALSE(m.Wait(5));
-    m.Unlock();
-}
-
-TEST(ZvMonitor, NotificationWithoutAWaiterLeavesNoTrace) {
-    ZvMonitor m;
-    m.Notify();
-    m.NotifyAll();
-    m.Lock();
-    EXPECT_FALSE(m.Wait(0));
-    m.Unlock();
-}
-
-TEST(ZvMonitor, NotifyAllWakesThreeWaiters) {
-    ZvMonitor m;
-    std::atomic<int> waiting{0}, woken{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i)
-        threads.emplace_back([&] {
-            m.Lock();
-            ++waiting;
-            if (m.Wait(0xFFFFFFFF)) ++woken;
-            m.Unlock();
-        });
-    for (;;) {
-        m.Lock();                        // who has counted itself and given up the lock, waits
-        const bool all = waiting == 3;
-        m.Unlock();
-        if (all) break;
-        std::this_thread::yield();
-    }
-    m.NotifyAll();
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(woken, 3);
-    m.Lock();
-    EXPECT_FALSE(m.Wait(0));             // nothing is left over
-    m.Unlock();
-}
-
-TEST(ZvMonitor, RecursiveHolderKeepsTheLockWhileItWaits) {
-    ZvMonitor m;
-    std::atomic<bool> entered{false};
-    m.Lock();
-    m.Lock();
-    std::thread other([&] {
-        m.Lock();
-        entered = true;
-        m.Unlock();
-    });
-    EXPECT_FALSE(m.Wait(30));
-    EXPECT_FALSE(entered);
-    m.Unlock();
-    m.Unlock();
-    other.join();
-    EXPECT_TRUE(entered);
-}
-
-TEST(ZvMonitor, NoWakeUpIsLostAndNoneIsTooMany) {
-    ZvMonitor m;
-    int tokens = 0, taken = 0;
-    constexpr int Total = 20000;
-    std::vector<std::thread> consumers;
-    bool done = false;
-    for (int i = 0; i < 4; ++i)
-        consumers.emplace_back([&] {
-            m.Lock();
-            for (;;) {
-                while (tokens == 0 && !done) m.Wait(0xFFFFFFFF);
-                if (tokens == 0) break;
-                --tokens;
-                ++taken;
-            }
-            m.Unlock();
-        });
-    for (int i = 0; i < Total; ++i) {
-        m.Lock();
-        ++tokens;
-        m.Notify();
-        m.Unlock();
-    }
-    m.Lock();
-    done = true;
-    m.NotifyAll();
-    m.Unlock();
-    for (std::thread& t : consumers) t.join();
-    EXPECT_EQ(taken, Total);
-}
-
 TEST(ZvLock, IsTrueAsACondition) {
     const ZvObject o;
     bool ran = false;
@@ -299,4 +139,156 @@ TEST(ZvObject, CountIsSafeFromManyThreads) {
     for (std::thread& t : threads) t.join();
     threads.clear();
     EXPECT_EQ(shared->ReferenceCount(), 1);
+}
+
+TEST(ZvObject, VirtualCallInOnDisposeReachesTheMostDerivedClass) {
+    static std::string said;
+    struct Base : ZvObject {
+        virtual std::string Who() const { return "base"; }
+        void OnDispose() override { said = Who(); }
+    };
+    struct Derived : Base {
+        std::string Who() const override { return "derived"; }
+    };
+    {
+        const ZvObject$ o = new Derived;
+    }
+    EXPECT_EQ(said, "derived");
+}
+
+TEST(ZvObject, FieldsStandInTheirOrder) {
+    struct Fields {
+        void* table;
+        int32_t count;
+        void* monitor;
+        uint32_t serial;
+    };
+    static_assert(sizeof(ZvObject) == sizeof(Fields));
+    const auto look = [](const ZvObject& o) {
+        Fields fields;
+        std::memcpy(&fields, static_cast<const void*>(&o), sizeof fields);
+        return fields;
+    };
+    ZvObject o;
+    o.Retain();
+    EXPECT_EQ(look(o).count, 1);
+    EXPECT_EQ(look(o).monitor, nullptr);
+    EXPECT_EQ(look(o).serial, o.m_serial);
+    o.Lock();
+    EXPECT_NE(look(o).monitor, nullptr);
+    const ZvObject copy(o);
+    EXPECT_EQ(look(copy).count, 0);
+    EXPECT_EQ(look(copy).monitor, nullptr);       // and so it is not locked
+    o.Unlock();
+    o.ReleaseNotDelete();
+    for (void (ZvObject::*operation)() const : {&ZvObject::Lock, &ZvObject::Notify, &ZvObject::NotifyAll}) {
+        const ZvObject fresh;
+        (fresh.*operation)();
+        EXPECT_NE(look(fresh).monitor, nullptr);
+    }
+}
+
+TEST(ZvObject, OperationsStandInTheirSlots) {
+    EXPECT_EQ(SlotOf(&ZvSuper::GetType), 2u);
+    EXPECT_EQ(SlotOf(&ZvInterface::ReferenceCount), 3u);
+    EXPECT_EQ(SlotOf(&ZvInterface::Retain), 4u);
+    EXPECT_EQ(SlotOf(&ZvInterface::Release), 5u);
+    EXPECT_EQ(SlotOf(&ZvObject::GetType), 2u);
+    EXPECT_EQ(SlotOf(&ZvObject::GetHashCode), 3u);
+    EXPECT_EQ(SlotOf(&ZvObject::Equals), 4u);
+    EXPECT_EQ(SlotOf(&ZvObject::Clone), 5u);
+    EXPECT_EQ(SlotOf(&ZvObject::ToString), 6u);
+    EXPECT_EQ(SlotOf(&ZvObject::Encode), 7u);
+    EXPECT_EQ(SlotOf(&ZvObject::Decode), 8u);
+    EXPECT_EQ(SlotOf(&ZvObject::OnDispose), 9u);
+    EXPECT_EQ(SlotOf(&ZvString::ReferenceCount), 10u);       // a class without an interface
+    EXPECT_EQ(SlotOf(&ZvString::Retain), 11u);
+    EXPECT_EQ(SlotOf(&ZvString::Release), 12u);
+    EXPECT_EQ(SlotOf(&ZvValue::Count), 13u);
+    EXPECT_EQ(SlotOf(&ZvTimer::Run), 13u);
+}
+
+TEST(ZvObject, CountLivesInTheObjectOfAClassWithAnInterface) {
+    ZvArrayList$ list = new ZvArrayList;
+    ZvInterface* interface = ZvInterface::FromObject(list.Get());
+    EXPECT_GT(reinterpret_cast<char*>(interface), reinterpret_cast<char*>(list.Get()) + sizeof(ZvObject) - 1);
+    EXPECT_EQ(interface->GetType(), &ZvArrayList::s_type);
+    interface->Retain();
+    EXPECT_EQ(list->ReferenceCount(), 2);
+    EXPECT_EQ(static_cast<ZvObject*>(list.Get())->ReferenceCount(), 2);
+    EXPECT_EQ(interface->ReferenceCount(), 2);
+    interface->Release();
+    EXPECT_EQ(list->ReferenceCount(), 1);
+}
+
+TEST(ZvObject, MemoryOperators) {
+    alignas(ZvObject) unsigned char place[sizeof(ZvObject)];
+    EXPECT_EQ(ZvObject::operator new(sizeof(ZvObject), place), place);
+    void (*volatile nothing)(void*, size_t) = &ZvObject::operator delete;
+    nothing(place, sizeof place);                 // deliberately: the place is not the allocator's
+    EXPECT_THROW(ZvObject::operator new(~size_t(0) / 2), ZvBadAllocException);
+    void* block = ZvObject::operator new(100);
+    EXPECT_NE(block, nullptr);
+    ZvObject::operator delete(block);
+    ZvObject::DebugObjectRelease();
+    delete new ZvString("never in a handle");
+}
+
+TEST(ZvObject, BaseTablesOfTheRoots) {
+    EXPECT_EQ(ZvSuper::s_bases[0].type, nullptr);
+    EXPECT_EQ(ZvObject::s_bases[0].type, &ZvSuper::s_type);
+    EXPECT_EQ(ZvObject::s_bases[0].offset, 0u);
+    EXPECT_EQ(ZvObject::s_bases[1].type, nullptr);
+    EXPECT_EQ(ZvInterface::s_bases[0].type, &ZvSuper::s_type);
+    EXPECT_EQ(ZvInterface::s_bases[0].offset, 0u);
+    EXPECT_EQ(ZvInterface::s_bases[1].type, nullptr);
+    const ZvObject o;
+    EXPECT_EQ(o.GetType(), &ZvObject::s_type);
+    EXPECT_TRUE(o.IsKindOf(&ZvObject::s_type));
+    EXPECT_TRUE(o.IsKindOf(&ZvSuper::s_type));
+    EXPECT_FALSE(o.IsKindOf(&ZvInterface::s_type));
+    EXPECT_GE(ZvObject::s_type.ReferenceCount(), 1);         // its own: no Release deletes a static object
+}
+
+TEST(ZvObject, DefaultsOfCodingDoNothing) {
+    const ZvObject o;
+    ZvStream$ none;
+    o.Encode(none, nullptr);
+    ZvObject().Decode(none, nullptr);
+    ZvObject().OnDispose();
+    EXPECT_EQ(o.GetFieldValues()->Count(), 0u);
+}
+
+TEST(ZvObject, MonitorIsMadeOnceForThreadsThatMeet) {
+    for (int n = 0; n < 200; ++n) {
+        const ZvObject o;
+        int count = 0;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 3; ++i)
+            threads.emplace_back([&] {
+                ZvLock lock(o);
+                ++count;
+            });
+        for (std::thread& t : threads) t.join();
+        EXPECT_EQ(count, 3);
+    }
+}
+
+TEST(ZvObject, WaitIsWokenByNotifyAndNotifyAll) {
+    for (bool all : {false, true}) {
+        const ZvObject o;
+        bool waiting = false;
+        std::thread waiter([&] {
+            ZvLock lock(o);
+            waiting = true;
+            o.Wait();
+        });
+        for (bool ready = false; !ready;) {
+            ZvLock lock(o);
+            ready = waiting;
+        }
+        if (all) o.NotifyAll();
+        else o.Notify();
+        waiter.join();
+    }
 }

@@ -135,8 +135,8 @@ TEST(ZvMath, QuadraticsDividesByZeroAsIeeeDoes) {
     ExpectRoots(1, Inf, 1, -Inf, -0.0);
     ExpectRoots(1, -Inf, 1, Inf, 0);
     ExpectRoots(1, 0, -Inf, -Inf, NaN);
-    ExpectRoots(-Inf, 0, 1, 0, NaN);
+    ExpectRoots(-Inf, 0, 1, NaN, NaN);
     ExpectRoots(1, 1e200, 1, -Inf, -0.0);                        // the discriminant overflows
     ExpectRoots(1e-200, 1, 1e-200, -1e200, -1e-200);
-    ExpectRoots(5e-324, 1, 0, -Inf, NaN);
+    ExpectRoots(5e-324, 1, 0, -Inf, -0.0);                       // the quotient overflows
 }

@@ -18,7 +18,13 @@ Picture Loaded(const std::string& path) {
 
 /// Pixels that differ between two files, by ImageMagick; alpha counts.
 std::string Differing(const std::string& a, const std::string& b) {
-    return Run("compare -metric AE '" + a + "' '" + b + "' null:").output;
+    return RunShell("compare -metric AE '" + a + "' '" + b + "' null:").output;
+}
+
+int WorstDifference(const Picture& a, const Picture& b) {
+    int worst = 0;
+    for (size_t i = 0; i < std::min(a.samples.size(), b.samples.size()); ++i) worst = std::max(worst, std::abs(a.samples[i] - b.samples[i]));
+    return worst;
 }
 
 struct Kind {
@@ -38,7 +44,7 @@ const Kind s_lossless[] = {
 
 std::vector<std::string> Textures() {
     std::vector<std::string> paths;
-    std::istringstream lines(Run("dpkg -L glmark2-data").output);
+    std::istringstream lines(RunShell("dpkg -L glmark2-data").output);
     for (std::string line; std::getline(lines, line);)
         for (const char* name : {"/nasa1.png", "/terrain-grasslight-512.jpg", "/asteroid-height-map.png", "/desktop-shadow.png", "/effect-2d.png", "/glyph-atlas.png"})
             if (line.ends_with(name)) paths.push_back(line);
@@ -102,7 +108,7 @@ TEST(Codecs, ImageMagickSeesTheSamePixels) {
             WriteFile(folder / "truth.pam", ToNetpbm(picture));
             ASSERT_TRUE(ToImage(picture, bottomUp)->Save(path.c_str(), nullptr)) << Name(kind);
             EXPECT_EQ(Differing(folder / "truth.pam", path), "0") << Name(kind);
-            const std::string depth = Run("identify -format '%z' '" + path + "'").output;
+            const std::string depth = RunShell("identify -format '%z' '" + path + "'").output;
             EXPECT_EQ(depth, std::to_string(kind.depth)) << Name(kind);
         }
 }
@@ -112,7 +118,7 @@ TEST(Codecs, PngcheckFindsNoFault) {
     for (const Kind& kind : s_lossless) {
         if (std::string(kind.extension) != "png") continue;
         ASSERT_TRUE(ToImage(MakePicture(40, 30, kind.channels, kind.depth))->Save((folder / "a.png").c_str(), nullptr));
-        const Ran ran = Run("pngcheck '" + folder / "a.png" + "'");
+        const Ran ran = RunShell("pngcheck '" + folder / "a.png" + "'");
         EXPECT_EQ(ran.code, 0) << ran.output;
         static const char* const colours[] = {"grayscale", "grayscale+alpha", "RGB", "RGB+alpha"};
         EXPECT_NE(ran.output.find(colours[kind.channels - 1]), std::string::npos) << ran.output;
@@ -129,10 +135,11 @@ TEST(Codecs, TiffinfoReadsTheTags) {
     for (const auto& c : cases) {
         const Picture picture = MakePicture(40, 30, 4, 16);
         ASSERT_TRUE(ToImage(picture)->Save((folder / "a.tif").c_str(), "compression", c.compression, nullptr));
-        const std::string tags = Run("tiffinfo '" + folder / "a.tif" + "'").output;
-        for (const std::string line : {"Image Width: 40 Image Length: 30", "Bits/Sample: 16", "Compression Scheme: " + std::string(c.scheme) + "\n",
-                                       std::string("Photometric Interpretation: RGB color"), std::string("Samples/Pixel: 4"),
-                                       std::string("Extra Samples: 1<unassoc-alpha>"), std::string("Orientation: row 0 top, col 0 lhs")})
+        const std::string tags = RunShell("tiffinfo '" + folder / "a.tif" + "'").output;
+        const std::string expected[] = {"Image Width: 40 Image Length: 30", "Bits/Sample: 16", "Compression Scheme: " + std::string(c.scheme) + "\n",
+                                        "Photometric Interpretation: RGB color", "Samples/Pixel: 4", "Extra Samples: 1<unassoc-alpha>",
+                                        "Orientation: row 0 top, col 0 lhs"};
+        for (const std::string& line : expected)
             EXPECT_NE(tags.find(line), std::string::npos) << line << "\n" << tags;
         EXPECT_EQ(tags.find("Warning"), std::string::npos) << tags;
         EXPECT_TRUE(Loaded(folder / "a.tif") == picture) << c.compression;
@@ -147,16 +154,14 @@ TEST(Codecs, DjpegSeesThePixelsThatWeLoad) {
             const std::string path = folder / "a.jpg";
             const bool progressive = std::string(options) == "progressive";
             ASSERT_TRUE(ToImage(picture)->Save(path.c_str(), progressive ? "progressive" : "subsampling", progressive ? "1" : options, nullptr));
-            ASSERT_EQ(Run("djpeg -pnm -outfile '" + folder / "a.ppm" + "' '" + path + "'").code, 0);
+            ASSERT_EQ(RunShell("djpeg -pnm -outfile '" + folder / "a.ppm" + "' '" + path + "'").code, 0);
             const std::vector<unsigned char> file = FileBytes(folder / "a.ppm");
             const size_t pixels = static_cast<size_t>(61 * 43 * channels);
             ASSERT_GT(file.size(), pixels);
             const Picture theirs = FromRaw({file.end() - static_cast<std::ptrdiff_t>(pixels), file.end()}, 61, 43, channels, 8);
             const Picture ours = Loaded(path);
             EXPECT_TRUE(ours == theirs) << options;
-            int worst = 0;
-            for (size_t i = 0; i < ours.samples.size(); ++i) worst = std::max(worst, std::abs(ours.samples[i] - picture.samples[i]));
-            EXPECT_LT(worst, 32) << options;
+            EXPECT_LT(WorstDifference(ours, picture), 32) << options;
         }
 }
 
@@ -177,9 +182,9 @@ TEST(Codecs, JpegOptionsReachTheFile) {
     EXPECT_LT(size("subsampling", "422"), size("subsampling", "444"));
     EXPECT_EQ(size("subsampling", "420"), size("subsampling", "0"));
     size("progressive", "yes");
-    EXPECT_NE(Run("identify -verbose '" + folder / "a.jpg" + "'").output.find("Interlace: JPEG"), std::string::npos);
+    EXPECT_NE(RunShell("identify -verbose '" + folder / "a.jpg" + "'").output.find("Interlace: JPEG"), std::string::npos);
     size("progressive", "0");
-    EXPECT_NE(Run("identify -verbose '" + folder / "a.jpg" + "'").output.find("Interlace: None"), std::string::npos);
+    EXPECT_NE(RunShell("identify -verbose '" + folder / "a.jpg" + "'").output.find("Interlace: None"), std::string::npos);
 }
 
 TEST(Codecs, PngCompressionReachesTheFile) {
@@ -250,7 +255,7 @@ TEST(Codecs, TexturesAreReadAsImageMagickReadsThem) {
         const Picture ours = Loaded(path);
         ASSERT_GT(ours.width, 0) << path;
         const std::string type = ours.channels == 1 ? "gray" : ours.channels == 2 ? "graya" : ours.channels == 3 ? "rgb" : "rgba";
-        ASSERT_EQ(Run("convert '" + path + "' -depth 8 " + type + ":'" + folder / "raw" + "'").code, 0) << path;
+        ASSERT_EQ(RunShell("convert '" + path + "' -depth 8 " + type + ":'" + folder / "raw" + "'").code, 0) << path;
         EXPECT_TRUE(ours == FromRaw(FileBytes(folder / "raw"), ours.width, ours.height, ours.channels, 8)) << path;
     }
 }
@@ -258,7 +263,7 @@ TEST(Codecs, TexturesAreReadAsImageMagickReadsThem) {
 TEST(Codecs, PhotographGoesThroughEveryFormat) {
     Folder folder;
     for (const std::string& path : Textures()) {
-        if (!path.ends_with("nasa1.png")) continue;
+        if (!path.ends_with("grasslight-512.jpg")) continue;
         ZvImage photograph(path.c_str());
         for (const char* extension : {"png", "tif", "bmp"}) {
             const std::string copy = folder / ("copy." + std::string(extension));
@@ -266,7 +271,7 @@ TEST(Codecs, PhotographGoesThroughEveryFormat) {
             EXPECT_EQ(Differing(path, copy), "0") << extension;
         }
         ASSERT_TRUE(photograph.Save((folder / "copy.jpg").c_str(), "quality", "95", nullptr));
-        const std::string noise = Run("compare -metric PSNR '" + path + "' '" + folder / "copy.jpg" + "' null:").output;
+        const std::string noise = RunShell("compare -metric PSNR '" + path + "' '" + folder / "copy.jpg" + "' null:").output;
         EXPECT_GT(std::atof(noise.c_str()), 30.0) << noise;
         return;
     }
@@ -275,16 +280,36 @@ TEST(Codecs, PhotographGoesThroughEveryFormat) {
 
 // ---- what other programs write ----
 
-TEST(Codecs, VariantsOfOtherProgramsAreRead) {
+struct Variant {
+    const char* make;            // the arguments of ImageMagick's convert
+    const char* file;
+    int channels, depth;         // of the image that is loaded
+    int rounding = 0;            // what a sample may differ by
+};
+
+void ExpectReadAsImageMagickReads(const std::vector<Variant>& variants) {
     Folder folder;
     WriteFile(folder / "rgb.pam", ToNetpbm(MakeSmooth(45, 31, 3)));
     WriteFile(folder / "rgba.pam", ToNetpbm(MakePicture(45, 31, 4, 8)));
     WriteFile(folder / "deep.pam", ToNetpbm(MakePicture(45, 31, 3, 16)));
-    const struct {
-        const char* make;            // the arguments of ImageMagick's convert
-        const char* file;
-        int channels, depth;         // of the image that is loaded
-    } cases[] = {
+    for (const Variant& v : variants) {
+        const std::string file = v.file, path = folder / file.substr(file.find(':') + 1);
+        const Ran made = RunShell("cd '" + folder.Path() + "' && convert " + v.make + " " + file);
+        ASSERT_EQ(made.code, 0) << v.file << made.output;
+        const Picture ours = Loaded(path);
+        ASSERT_EQ(ours.channels, v.channels) << v.file;
+        ASSERT_EQ(ours.depth, v.depth) << v.file;
+        const std::string type = v.channels == 1 ? "gray" : v.channels == 3 ? "rgb" : "rgba";
+        const std::string oriented = path.find("-left") != std::string::npos || path.find("-right") != std::string::npos ? " -auto-orient" : "";
+        ASSERT_EQ(RunShell("convert '" + path + "'" + oriented + " -depth " + std::to_string(v.depth) + " -endian MSB " + type + ":'" + folder / "raw" + "'").code, 0);
+        const Picture theirs = FromRaw(FileBytes(folder / "raw"), 45, 31, v.channels, v.depth);
+        ASSERT_EQ(ours.samples.size(), theirs.samples.size()) << v.file;
+        EXPECT_LE(WorstDifference(ours, theirs), v.rounding) << v.file;
+    }
+}
+
+TEST(Codecs, PngVariantsOfOtherProgramsAreRead) {
+    ExpectReadAsImageMagickReads({
         {"rgb.pam -colors 200", "PNG8:palette.png", 3, 8},
         {"rgb.pam -colors 4", "PNG8:few.png", 3, 8},
         {"rgb.pam -monochrome", "mono.png", 1, 8},
@@ -294,17 +319,27 @@ TEST(Codecs, VariantsOfOtherProgramsAreRead) {
         {"rgba.pam -interlace PNG", "interlaced-alpha.png", 4, 8},
         {"deep.pam -interlace PNG", "interlaced-deep.png", 3, 16},
         {"rgba.pam -colors 60", "PNG8:transparent.png", 4, 8},
+    });
+}
+
+TEST(Codecs, BmpVariantsOfOtherProgramsAreRead) {
+    ExpectReadAsImageMagickReads({
         {"rgb.pam -type TrueColor", "BMP2:old.bmp", 3, 8},
         {"rgb.pam -type TrueColor", "BMP3:info.bmp", 3, 8},
-        {"rgba.pam", "BMP4:alpha.bmp", 4, 8},
+        {"rgba.pam", "BMP:alpha.bmp", 4, 8},
         {"rgb.pam -colors 200 -type Palette -compress None", "BMP3:palette.bmp", 3, 8},
         {"rgb.pam -colors 200 -type Palette", "BMP2:old-palette.bmp", 3, 8},
         {"rgb.pam -colors 12 -type Palette -compress None", "BMP3:sixteen.bmp", 3, 8},
         {"rgb.pam -colors 12 -type Palette -compress RLE", "BMP3:runs.bmp", 3, 8},
         {"rgb.pam -colors 250 -type Palette -compress RLE", "BMP3:more-runs.bmp", 3, 8},
         {"rgb.pam -monochrome", "BMP3:mono.bmp", 1, 8},
-        {"rgb.pam -type TrueColor -define bmp:subtype=RGB565", "BMP3:565.bmp", 3, 8},
-        {"rgb.pam -type TrueColor -define bmp:subtype=RGB555", "BMP3:555.bmp", 3, 8},
+        {"rgb.pam -type TrueColor -define bmp:subtype=RGB565", "BMP:565.bmp", 3, 8, 1},
+        {"rgb.pam -type TrueColor -define bmp:subtype=RGB555", "BMP:555.bmp", 3, 8, 1},
+    });
+}
+
+TEST(Codecs, TiffVariantsOfOtherProgramsAreRead) {
+    ExpectReadAsImageMagickReads({
         {"rgb.pam -compress None", "none.tif", 3, 8},
         {"rgb.pam -compress LZW", "lzw.tif", 3, 8},
         {"rgb.pam -compress Zip", "zip.tif", 3, 8},
@@ -317,7 +352,7 @@ TEST(Codecs, VariantsOfOtherProgramsAreRead) {
         {"rgb.pam -compress Zip -define tiff:tile-geometry=16x16", "tiles.tif", 3, 8},
         {"deep.pam -compress None -define tiff:tile-geometry=32x16", "deep-tiles.tif", 3, 16},
         {"rgb.pam -compress LZW -define tiff:rows-per-strip=7", "strips.tif", 3, 8},
-        {"rgb.pam -colors 100 -type Palette -compress LZW", "palette.tif", 3, 8},
+        {"rgb.pam -colors 100 -type Palette -compress LZW", "palette.tif", 3, 8, 1},
         {"rgb.pam -monochrome -compress Group4", "fax.tif", 1, 8},
         {"rgb.pam -monochrome -compress Fax", "fax3.tif", 1, 8},
         {"rgb.pam -monochrome -compress None -define quantum:polarity=min-is-white", "white.tif", 1, 8},
@@ -329,23 +364,15 @@ TEST(Codecs, VariantsOfOtherProgramsAreRead) {
         {"rgb.pam -compress LZW -orient top-right", "top-right.tif", 3, 8},
         {"rgb.pam -compress LZW -orient bottom-right", "bottom-right.tif", 3, 8},
         {"rgb.pam -compress None", "TIFF64:big.tif", 3, 8},
+    });
+}
+
+TEST(Codecs, JpegVariantsOfOtherProgramsAreRead) {
+    ExpectReadAsImageMagickReads({
         {"rgb.pam -colorspace gray", "grey.jpg", 1, 8},
         {"rgb.pam -interlace JPEG -quality 80", "progressive.jpg", 3, 8},
         {"rgb.pam -sampling-factor 4x1 -quality 80", "wide.jpg", 3, 8},
-    };
-    for (const auto& c : cases) {
-        const std::string file = c.file, path = folder / file.substr(file.find(':') + 1);
-        const Ran made = Run("cd '" + folder.Path() + "' && convert " + c.make + " " + file);
-        ASSERT_EQ(made.code, 0) << c.file << made.output;
-        const Picture ours = Loaded(path);
-        EXPECT_EQ(ours.channels, c.channels) << c.file;
-        EXPECT_EQ(ours.depth, c.depth) << c.file;
-        const std::string type = c.channels == 1 ? "gray" : c.channels == 3 ? "rgb" : "rgba";
-        const std::string oriented = path.find("-left") != std::string::npos || path.find("-right") != std::string::npos ? " -auto-orient" : "";
-        ASSERT_EQ(Run("convert '" + path + "'" + oriented + " -depth " + std::to_string(c.depth) + " -endian MSB " + type + ":'" + folder / "raw" + "'").code, 0);
-        const Picture theirs = FromRaw(FileBytes(folder / "raw"), 45, 31, c.channels, c.depth);
-        EXPECT_TRUE(ours == theirs) << c.file;
-    }
+    });
 }
 
 TEST(Codecs, InksAreReadAsRgb) {
@@ -353,12 +380,10 @@ TEST(Codecs, InksAreReadAsRgb) {
     WriteFile(folder / "rgb.pam", ToNetpbm(MakeSmooth(40, 40, 3)));
     for (const char* extension : {"jpg", "tif"}) {
         const std::string path = folder / ("inks." + std::string(extension));
-        ASSERT_EQ(Run("convert '" + folder / "rgb.pam" + "' -colorspace CMYK -quality 100 -sampling-factor 1x1 '" + path + "'").code, 0);
+        ASSERT_EQ(RunShell("convert '" + folder / "rgb.pam" + "' -colorspace CMYK -quality 100 -sampling-factor 1x1 '" + path + "'").code, 0);
         const Picture ours = Loaded(path), truth = MakeSmooth(40, 40, 3);
         ASSERT_EQ(ours.channels, 3) << extension;
-        int worst = 0;
-        for (size_t i = 0; i < ours.samples.size(); ++i) worst = std::max(worst, std::abs(ours.samples[i] - truth.samples[i]));
-        EXPECT_LE(worst, 6) << extension;
+        EXPECT_LE(WorstDifference(ours, truth), 6) << extension;
     }
 }
 
@@ -389,12 +414,12 @@ TEST(Codecs, ImageMagickReadsTheColoursOfAnHdrPicture) {
             std::memcpy(image->GetPixel(x, y), &p, 4);
         }
     ASSERT_TRUE(image->Save((folder / "a.hdr").c_str(), nullptr));
-    ASSERT_EQ(Run("convert '" + folder / "a.hdr" + "' -set colorspace RGB -depth 16 -endian MSB rgb:'" + folder / "raw" + "'").code, 0);
+    ASSERT_EQ(RunShell("convert '" + folder / "a.hdr" + "' -set colorspace sRGB -depth 16 -endian MSB rgb:'" + folder / "raw" + "'").code, 0);
     const Picture theirs = FromRaw(FileBytes(folder / "raw"), 16, 2, 3, 16);
     for (size_t x = 0; x < 16; ++x) {
         EXPECT_NEAR(theirs.samples[x * 3], 32768, 300);
         EXPECT_NEAR(theirs.samples[x * 3 + 1], 16384, 300);
-        EXPECT_NEAR(theirs.samples[x * 3 + 2], 2048 * x, 300);
+        EXPECT_NEAR(theirs.samples[x * 3 + 2], 2048.0 * static_cast<double>(x), 300);
     }
 }
 

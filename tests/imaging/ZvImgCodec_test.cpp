@@ -58,7 +58,7 @@ public:
     void Put(const std::string& plugin, const std::string& as) const {
         std::filesystem::copy_file(BinFolder() + plugin + ".so", *this / as);
     }
-    std::string Ask(const std::string& arguments) const { return Run("cd / && " + Path() + "/codec_scan " + arguments).output; }
+    std::string Ask(const std::string& arguments) const { return RunShell("cd / && " + Path() + "/codec_scan " + arguments).output; }
 };
 
 }

@@ -24,3 +24,10 @@ cp "$work/client/gadgets.so" "$work/"
 "$work/by-pkg-config" | tee "$work/out"
 grep -qx 'client: 42 came back, the plug-in made a Gadget' "$work/out"
 readelf -d "$libdir/libzvc.so" | grep -q 'SONAME.*libzvc\.so\.0'
+
+# gdb finds the printers in its auto-load directory, which for a prefix of one's own has to be named.
+loads="$work/prefix/share/gdb/auto-load"
+gdb -nx -batch -iex 'set debuginfod enabled off' -iex "add-auto-load-scripts-directory $loads" -iex "add-auto-load-safe-path $loads" \
+    -ex 'break main' -ex run -ex 'info auto-load python-scripts' -ex 'print (ZvString$*)0' "$work/client/client" >"$work/out" 2>&1 ||
+    { cat "$work/out"; exit 1; }
+grep -q "^Yes .*$loads/.*/libzvc\.so\..*-gdb\.py" "$work/out" || { cat "$work/out"; exit 1; }

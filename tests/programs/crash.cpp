@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <link.h>
 #include <mutex>
 #include <pthread.h>
 #include <set>
@@ -64,6 +65,17 @@ CRASHES void DivideNumbers() {
     quotient = quotient / s_zero;
 }
 
+// A freed block whose link back is broken: the allocator falls over it while it holds its own lock.
+CRASHES void CrashInTheAllocator() {
+    void* const block = std::malloc(2000);
+    void* volatile between = std::malloc(2000);
+    auto* volatile links = static_cast<void* volatile*>(block);
+    std::free(block);
+    links[1] = reinterpret_cast<void*>(16);
+    void* volatile crashing = std::malloc(3000);
+    s_sink = between == crashing;
+}
+
 CRASHES void InnermostCrash(int localValue) {
     volatile double localNumber = localValue + 0.25;
     const char* localText = "text of the crashing function";
@@ -81,6 +93,7 @@ CRASHES void InnermostCrash(int localValue) {
     else if (s_kind == "float") DivideNumbers();
     else if (s_kind == "step") __asm__ volatile("pushf; orl $0x100, (%%rsp); popf; nop" : : : "memory");
     else if (s_kind == "vector") __asm__ volatile("movq %0, %%xmm5; punpcklqdq %%xmm5, %%xmm5; ud2" : : "r"(0x123456789ABCDEF0LL) : "xmm5");
+    else if (s_kind == "allocator") CrashInTheAllocator();
     else if (s_kind == "abort") std::abort();
     else if (s_kind == "terminate") throw std::string("nobody catches this");
     else if (s_kind == "raise") raise(SIGSEGV);
@@ -121,6 +134,21 @@ CRASHES void StandSuspended() {
     while (s_spin) {}
 }
 
+// Threads that hold what a careless handler would wait for: the loader's lock, and those of the standard streams.
+CRASHES int StandInTheLoader(dl_phdr_info*, size_t, void*) {
+    for (++s_waiting;;) zvc::platform::SleepFor(1000);
+}
+CRASHES void HoldTheStreams() {
+    flockfile(stdout);
+    flockfile(stderr);
+    for (++s_waiting;;) zvc::platform::SleepFor(1000);
+}
+void TakeLocks() {
+    std::thread([] { dl_iterate_phdr(StandInTheLoader, nullptr); }).detach();
+    std::thread(HoldTheStreams).detach();
+    while (s_waiting != 2) zvc::platform::SleepFor(1);
+}
+
 uint32_t CrashOnThread(void*) {
     t_mark = 77;
     CallTheCrash(4711);
@@ -155,6 +183,7 @@ void InstallEarlier() {
     if (Has("leave")) action.sa_handler = SayAndLeave;
     else if (Has("reset")) action.sa_handler = SayAndReset;
     else if (Has("goon")) action.sa_handler = SayAndGoOn;
+    else if (Has("once")) action.sa_handler = SayAndGoOn, action.sa_flags = static_cast<int>(SA_RESETHAND);
     else if (Has("ignore")) action.sa_handler = SIG_IGN;
     else if (Has("recover")) action.sa_sigaction = SayAndRecover, action.sa_flags = SA_SIGINFO;
     else return;
@@ -267,6 +296,7 @@ int main(int argc, char** argv) {
     if (Has("again")) ZvSystem::SetDumpPath((path + ".again").c_str());
     if (Has("hundred")) StartAHundred();
     if (Has("secret")) KeepASecret();
+    if (Has("locked")) TakeLocks();
     StartOthers();
     if (Has("log")) {
         ZvOpenLog((path + ".log").c_str());

@@ -289,6 +289,28 @@ TEST(ZvStdFILEStream, FailTellsOfAnErrorOnce) {
     EXPECT_TRUE(ZvStdFILEStream("/no/such/file", "rb").Fail());
 }
 
+TEST(ZvStdFILEStream, WithoutAFileNothingMoves) {
+    char c = 'x';
+    for (const bool unopened : {true, false}) {
+        ZvStdFILEStream s;
+        if (!unopened) s.Open("/no/such/file", "rb");
+        EXPECT_EQ(s.CanRead(), !unopened);
+        EXPECT_EQ(s.Write(&c, 1), 0);
+        EXPECT_EQ(s.Read(&c, 1), 0);
+        EXPECT_EQ(s.Tellg(), -1);
+        EXPECT_EQ(s.Tellp(), -1);
+        EXPECT_EQ(s.GetFileLength(), -1);
+        s.Seekg(1, ZvStream::Begin);
+        s.Seekp(1, ZvStream::Begin);
+        s.Flush();
+        s.SetBufferSize(100);
+        EXPECT_TRUE(s.Fail());
+        EXPECT_TRUE(s.Fail());              // not an error of a file's that is told once
+    }
+    ZvStream$ none = new ZvStdFILEStream("/no/such/file", "rb");
+    EXPECT_THROW(cases::Coder(0)->Read(none, &c, 1ull), ZvCoderException);
+}
+
 TEST(ZvStdFILEStream, LeavesACallersDescriptorOpen) {
     TemporaryFile file;
     const int descriptor = open(file.Path(), O_RDWR);
@@ -344,6 +366,50 @@ TEST(ZvStrStream, WorksOnTheCallersBuffer) {
     EXPECT_EQ(t.Size(), 1);
     EXPECT_EQ(ReadText(t, 1), "X");
     EXPECT_EQ(t.GetFileLength(), 1);                      // the count of the last read
+}
+
+TEST(ZvStrStream, WritingBehindATextEndsWithTheBuffer) {
+    char buffer[16] = "0123456789";
+    std::memset(buffer + 11, '#', 5);
+    ZvStrStream s(buffer, 14, 8);
+    EXPECT_EQ(s.Write("abcdefgh", 8), -1 - 10);           // what fits goes in, and a stream that failed tells -1 for its position
+    EXPECT_TRUE(s.Fail());
+    EXPECT_EQ(s.Size(), 4);
+    EXPECT_EQ(std::string(buffer, 16), "0123456789abcd##");
+    char full[] = "full";
+    ZvStrStream none(full, 4, 8);
+    none.Write("x", 1);
+    EXPECT_TRUE(none.Fail());
+    EXPECT_STREQ(full, "full");
+}
+
+TEST(ZvStrStream, SizeOfZeroIsThatOfTheText) {
+    char buffer[] = "text and more";
+    buffer[4] = '\0';
+    ZvStrStream s(buffer, 0, 0);
+    EXPECT_EQ(s.Write("TEXT", 4), 4);
+    EXPECT_FALSE(s.Fail());
+    s.Write("!", 1);
+    EXPECT_TRUE(s.Fail());
+    EXPECT_STREQ(buffer, "TEXT");
+}
+
+TEST(ZvStrStream, BufferOfItsOwnGrowsUntilItIsFrozen) {
+    ZvStrStream s(nullptr, 0, 0);
+    std::string text;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string piece = std::to_string(i) + ' ';
+        EXPECT_EQ(s.Write(piece.data(), static_cast<long long>(piece.size())), static_cast<long long>(piece.size()));
+        text += piece;
+    }
+    EXPECT_EQ(s.Size(), static_cast<long long>(text.size()));
+    EXPECT_TRUE(ReadText(s, static_cast<long long>(text.size())) == text);
+    const std::unique_ptr<unsigned char[]> start(s.StartPointer());
+    EXPECT_EQ(std::memcmp(start.get(), text.data(), text.size()), 0);
+    EXPECT_EQ(s.StartPointer(), start.get());
+    const std::string much(100000, 'x');
+    s.Write(much.data(), 100000);
+    EXPECT_TRUE(s.Fail());
 }
 
 TEST(ZvBinaryCoder, WorksThroughEveryStream) {

@@ -99,7 +99,9 @@ TEST(ZvStdIOZipStream, ReadsTheCases) {
             SCOPED_TRACE(c["name"].get<std::string>() + " in blocks of " + std::to_string(block));
             const Answer answer = ReadWhole(FromHex(c["data"]), block);
             EXPECT_EQ(ToHex(answer.out), c["out"].get<std::string>());
-            if (!c["fail"].is_null()) EXPECT_EQ(answer.fail, c["fail"].get<bool>());
+            if (!c["fail"].is_null()) {
+                EXPECT_EQ(answer.fail, c["fail"].get<bool>());
+            }
         }
     }
 }
@@ -115,13 +117,22 @@ TEST(ZvStdIOZipStream, FollowsTheStepsOfTheCases) {
             const cases::Json& out = c["out"][i];
             SCOPED_TRACE(step.dump());
             const std::string what = step[0];
-            if (what == "read") EXPECT_EQ(ToHex(Take(*zip, step[1].get<long long>())), out.get<std::string>());
-            if (what == "write") EXPECT_EQ(Put(*zip, FromHex(step[1])), out.get<long long>());
-            if (what == "seek") zip->Seekg(step[1].get<long long>(), static_cast<ZvStream::SeekOrigin>(step[2].get<int>()));
-            if (what == "tell") EXPECT_EQ(zip->Tellp(), out.get<long long>());
+            if (what == "read") {
+                EXPECT_EQ(ToHex(Take(*zip, step[1].get<long long>())), out.get<std::string>());
+            } else if (what == "write") {
+                EXPECT_EQ(Put(*zip, FromHex(step[1])), out.get<long long>());
+            } else if (what == "seek") {
+                zip->Seekg(step[1].get<long long>(), static_cast<ZvStream::SeekOrigin>(step[2].get<int>()));
+            } else if (what == "tell") {
+                EXPECT_EQ(zip->Tellp(), out.get<long long>());
+            } else {
+                ADD_FAILURE() << what;
+            }
         }
         zip.reset();
-        if (!reads) EXPECT_EQ(ToHex(ReadWhole(stream.str()).out), c["content"].get<std::string>());
+        if (!reads) {
+            EXPECT_EQ(ToHex(ReadWhole(stream.str()).out), c["content"].get<std::string>());
+        }
     }
 }
 

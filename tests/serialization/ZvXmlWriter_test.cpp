@@ -2,6 +2,7 @@
 
 #include <zvc/zvc.h>
 
+#include "support/Bytes.h"
 #include "support/Cases.h"
 #include "support/Temporary.h"
 
@@ -379,7 +380,7 @@ TEST(ZvXmlWriter, CopiesGoOnIndependentlyOnOneStream) {
     const Watching$ third = new Watching(elsewhere.stream, false);
     *third = *second;
     third->WriteEndElement();
-    EXPECT_EQ(memory.Taken(), before + ">\n\t<b/>\n\t/>\n");
+    EXPECT_EQ(memory.Taken(), before + ">\n\t<b/>\n/>\n");
     EXPECT_EQ(elsewhere.Taken(), "");
 }
 

@@ -43,7 +43,7 @@ struct Ran {
 };
 
 /// Runs a shell command.
-inline Ran Run(const std::string& command) {
+inline Ran RunShell(const std::string& command) {
     Ran ran{-1, {}};
     FILE* pipe = popen((command + " 2>&1").c_str(), "r");
     if (pipe == nullptr) return ran;

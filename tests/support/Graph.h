@@ -122,6 +122,14 @@ private:
             const std::string bytes = FromHex(j["bytes"]);
             static_cast<ZvData*>(o.Get())->AddValue(bytes.size(), bytes.data());
         }
+        if (o->IsKindOf(&ZvImage::s_type)) {
+            const int width = j["width"], height = j["height"], channels = j["channels"], depth = j["depth"], tag = j["sampleType"];
+            std::string block = FromHex(j["block"]);
+            const int pitch = ZvImage::CalculateLinePitch(width, channels, depth);
+            ASSERT_EQ(block.size(), static_cast<size_t>(std::abs(height)) * static_cast<size_t>(pitch));
+            static_cast<ZvImage*>(o.Get())->Create(width, height, static_cast<char>(channels), static_cast<short>(depth),
+                                                   static_cast<char>(tag), reinterpret_cast<unsigned char*>(block.data()), pitch, true);
+        }
         if (o->IsKindOf(&ZvDateTime::s_type)) {
             auto* d = static_cast<ZvDateTime*>(o.Get());
             const auto member = [&](const char* name) { return j[name].get<int>(); };

@@ -37,7 +37,7 @@ def main():
     assert [int(row["wavelength_nm"]) for row in rows] == list(range(360, 831))
     text = source(rows)
     if sys.argv[1:] == ["--check"]:
-        return 0 if TARGET.read_text() == text else "zvcolor_cie.cpp is not what make_cie.py writes"
+        return 0 if TARGET.read_bytes() == text.encode() else "zvcolor_cie.cpp is not what make_cie.py writes"
     TARGET.write_text(text)
     return 0
 

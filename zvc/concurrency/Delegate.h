@@ -18,6 +18,7 @@ namespace zvc {
 template <class Signature>
 class Delegate;
 
+/// The delegate for calls with arguments of these types, each handed to every target.
 template <class... Args>
 class Delegate<void(Args...)> {
     // What each target is handed: references as they are, values as copies that one target cannot take from the next.

@@ -63,7 +63,6 @@ TaskScheduler::~TaskScheduler() {
 void TaskScheduler::Stop() {
     m_queueObject->Lock();
     m_stopping = true;
-    m_first = nullptr;
     m_queueObject->NotifyAll();
     m_queueObject->Unlock();
     for (auto& worker : m_workers) worker->Join();
@@ -107,9 +106,11 @@ void TaskScheduler::WaitForAll() {
     m_doneObject->Unlock();
 }
 
+// The descriptor is asked only if it is another: at the library's start this one is an address and no object yet.
 void TaskScheduler::Work(ZvObject$& index) {
-    if (!index || index->GetType()->CalcOffset(&ZvPrimitive<unsigned int>::s_type) == ZvNoOffset) return;
-    const ZvSystem::ThreadInfo info{static_cast<ZvPrimitive<unsigned int>*>(index.Get())->value};
+    using Index = ZvPrimitive<unsigned int>;
+    if (!index || (index->GetType() != &Index::s_type && index->GetType()->CalcOffset(&Index::s_type) == ZvNoOffset)) return;
+    const ZvSystem::ThreadInfo info{static_cast<Index*>(index.Get())->value};
     while (Task* task = NextTask()) RunPieces(*task, info);
 }
 
@@ -167,7 +168,7 @@ private:
 void TaskScheduler::RunPieces(Task& task, const ZvSystem::ThreadInfo& info) {
     Courtesy courtesy(info.index);
     int64_t done = 1;
-    while (m_first.load(std::memory_order_relaxed) == &task) {
+    while (m_first.load(std::memory_order_relaxed) == &task && !m_stopping.load(std::memory_order_relaxed)) {
         const int64_t left = task.toStart.fetch_sub(1);
         if (left <= 0) break;
         if (left == 1) {

@@ -8,6 +8,14 @@ using namespace zvc::platform;
 
 ZV_DEFINE_CLASS(ZvThread, (ZvObject))
 
+const int ZvThread::PRIORITY_IDLE;
+const int ZvThread::PRIORITY_LOWEST;
+const int ZvThread::PRIORITY_BACKGROUND;
+const int ZvThread::PRIORITY_NORMAL;
+const int ZvThread::PRIORITY_FOREGROUND;
+const int ZvThread::PRIORITY_HIGHEST;
+const int ZvThread::PRIORITY_TIME_CRITICAL;
+
 static_assert(ZvThread::PRIORITY_IDLE == ThreadPriorityIdle && ZvThread::PRIORITY_LOWEST == ThreadPriorityLowest &&
               ZvThread::PRIORITY_BACKGROUND == ThreadPriorityBelowNormal && ZvThread::PRIORITY_NORMAL == ThreadPriorityNormal &&
               ZvThread::PRIORITY_FOREGROUND == ThreadPriorityAboveNormal &&

@@ -12,6 +12,7 @@
 #include "zvc/core/ZvObject.h"
 
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 
 class ZvInterface;
@@ -26,6 +27,7 @@ ZV_API ZvInterface* ObjectToInterface(const ZvObject* o);
 ZV_API void RetainInterface(ZvInterface* p);
 ZV_API void ReleaseInterface(ZvInterface* p);
 struct Checked {};           // selects the constructor that takes a pointer which a cast has already looked at
+struct Taken {};             // the same, and that takes over the count of the handle that held it
 }
 
 /// Handle on any object.
@@ -78,7 +80,13 @@ public:
 protected:
     using Root = ZvObject;
     ZvObject$(zvc::detail::Checked, ZvObject* o) noexcept : ZvObject$(o) {}
+    ZvObject$(zvc::detail::Taken, ZvObject* o) noexcept : m_object(o) {}
     static ZvObject* Cast(const ZvObject$& o, const ZvType& type) { return zvc::detail::CastObject(o.m_object, type); }
+    static ZvObject* Take(ZvObject$& o, const ZvType& type) {
+        ZvObject* const cast = Cast(o, type);
+        if (cast != nullptr) o.m_object = nullptr;
+        return cast;
+    }
     static ZvObject* Cast(const ZvInterface$& i, const ZvType& type);
     ZvObject* Pointer() const noexcept { return m_object; }
 
@@ -160,6 +168,8 @@ public:
 
     /// Checked casts: null when the object is no T.
     ZvHandle(const ZvObject$& o) : Base(zvc::detail::Checked{}, Base::Cast(o, T::s_type)) {}
+    ZvHandle(ZvObject$&& o) requires std::is_same_v<typename Base::Root, ZvObject>
+        : Base(zvc::detail::Taken{}, Base::Take(o, T::s_type)) {}
     ZvHandle(const ZvInterface$& i) : Base(zvc::detail::Checked{}, Base::Cast(i, T::s_type)) {}
 
     T* Get() const noexcept { return static_cast<T*>(this->Pointer()); }
@@ -169,6 +179,7 @@ public:
 protected:
     using Root = typename Base::Root;
     ZvHandle(zvc::detail::Checked, Root* p) : Base(zvc::detail::Checked{}, p) {}
+    ZvHandle(zvc::detail::Taken, Root* p) : Base(zvc::detail::Taken{}, p) {}
 };
 
 /// Declares the handle class X$ of an object class X, which extends the handle class Base$ of X's base.

@@ -132,14 +132,19 @@ bool ZvImage::Create(int width, int height, char channels, short depth, char sam
     }
     if (owns) {
         m_data = nullptr;
-        if (pitch == 0 && !FitsPitch(width, channels, depth)) throw ZvBadAllocException("bad alloc");
-        m_data = zvc::detail::NewPixels(BlockBytes(), true);
-        m_ownsData = true;
+        OwnBlock(true);
         // Rows of the caller's pitch: with a pitch of 0 nothing is taken over, which is meant so.
         if (data != nullptr && pitch != 0) std::memcpy(m_data, data, static_cast<size_t>(BlockBytes()));
     }
     CalcRealize();
     return true;
+}
+
+/// A block for the layout that is stored.
+void ZvImage::OwnBlock(bool cleared) {
+    if (m_linePitch == CalcLinePitch() && !FitsPitch(m_width, m_channels, m_depth)) throw ZvBadAllocException("bad alloc");
+    m_data = zvc::detail::NewPixels(BlockBytes(), cleared);
+    m_ownsData = true;
 }
 
 int ZvImage::CalculateLinePitch(int width, int channels, int depth) {

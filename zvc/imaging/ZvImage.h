@@ -147,6 +147,7 @@ private:
     static constexpr uint32_t NotComputed = 0xFFFFFFFF;
 
     void StoreLayout(int width, int height, char channels, short depth, char sampleType);
+    void OwnBlock(bool cleared);
     Loaded LoadFile(const char* path);
     Loaded LoadStream(ZvStream$& stream, const char* extension);
     ptrdiff_t OffsetOf(int x, int y) const { return ptrdiff_t(y) * m_linePitch + ptrdiff_t(x) * m_pixelPitch; }

@@ -2,6 +2,7 @@
 
 #include "zvc/imaging/ZvFilter.h"
 #include "zvc/imaging/ZvResampleLevels.h"
+#include "zvc/imaging/ZvResampleWhole.h"
 #include "zvc/values/ZvConversion.h"
 
 #include <algorithm>
@@ -107,13 +108,21 @@ class HorizontalPass {
 public:
     HorizontalPass(const SampleRows& from, int to, int channels, int bytes, const ZvFilter& filter, const ResampleKernels& kernels)
         : m_from(from), m_plan(filter, to, from.width, channels), m_bytes(bytes), m_kernels(kernels),
-          m_scratch(static_cast<float*>(::operator new(m_plan.scratchFloats * sizeof(float) + 64, std::align_val_t{64}))) {}
+          m_whole(kernels.whole == nullptr || channels * bytes > static_cast<int>(WholeShuffles::MostPixelBytes)
+                      ? WholeAxis::No : WholeAxisOf(m_plan.table, from.width)),
+          m_shuffles(m_whole, static_cast<size_t>(channels * bytes)), m_scratch(static_cast<float*>(::operator new(m_plan.scratchFloats * sizeof(float) + 64, std::align_val_t{64}))) {}
 
     /// Rows [first, first + Block) to so many places. Behind the last row it is done again, so that all places are written.
     void Run(int first, unsigned char* const* to) {
         const unsigned char* rows[Block];
         for (int i = 0; i < Block; ++i) rows[i] = m_from.data + std::min(first + i, m_from.height - 1) * m_from.pitch;
-        m_kernels.horizontal[m_bytes - 1](rows, to, m_plan, m_scratch.get());
+        if (m_whole == WholeAxis::No) {
+            m_kernels.horizontal[m_bytes - 1](rows, to, m_plan, m_scratch.get());
+        } else {
+            const WholeKernels& whole = *m_kernels.whole;
+            const auto run = (m_whole == WholeAxis::Halved ? whole.halve : whole.enlarge)[m_bytes - 1];
+            for (int i = 0; i < Block; ++i) run(rows[i], to[i], static_cast<size_t>(m_plan.table.Count()), m_shuffles);
+        }
     }
 
 private:
@@ -121,6 +130,8 @@ private:
     HorizontalPlan m_plan;
     int m_bytes;
     const ResampleKernels& m_kernels;
+    WholeAxis m_whole;
+    WholeShuffles m_shuffles;
     std::unique_ptr<float, AlignedDelete> m_scratch;
 };
 
@@ -164,6 +175,23 @@ private:
     std::unique_ptr<unsigned char, Delete> m_rows;
 };
 
+/// A row in whole numbers, where its weights allow it; false, with nothing written, where they do not.
+template <class Row>
+bool RunWhole(const WholeKernels* whole, std::span<const Contributions::Entry> entries, Row row, unsigned char* to, size_t samples, int bytes) {
+    const auto isWeight = [entries](size_t i, float weight) { return entries[i].weight == weight; };
+    if (entries.size() == 1 && isWeight(0, 1.0f))
+        std::memcpy(to, row(entries[0].index), samples * static_cast<size_t>(bytes));
+    else if (whole == nullptr)
+        return false;
+    else if (entries.size() == 2 && isWeight(0, 0.5f) && isWeight(1, 0.5f))
+        whole->mean2[bytes - 1](row(entries[0].index), row(entries[1].index), to, samples);
+    else if (entries.size() == 3 && isWeight(0, 0.25f) && isWeight(1, 0.5f) && isWeight(2, 0.25f))
+        whole->mean3[bytes - 1](row(entries[0].index), row(entries[1].index), row(entries[2].index), to, samples);
+    else
+        return false;
+    return true;
+}
+
 /// The vertical pass; prepare(last) is called before rows up to that one are asked for by row(index).
 template <class Prepare, class Row>
 void RunVertical(const Contributions& table, const SampleRows& to, size_t samples, int bytes, const ResampleKernels& kernels,
@@ -180,6 +208,7 @@ void RunVertical(const Contributions& table, const SampleRows& to, size_t sample
         int last = 0;
         for (const Contributions::Entry& entry : entries) last = std::max(last, entry.index);
         prepare(last);
+        if (RunWhole(kernels.whole, entries, row, target, samples, bytes)) continue;
         rows.clear();
         weights.clear();
         for (const Contributions::Entry& entry : entries) {

@@ -17,6 +17,8 @@ class ZvFilter;
 
 namespace zvc::detail {
 
+struct WholeKernels;
+
 /// Destination samples in one axis, each with the source indices and weights that it is made of.
 class ZV_API Contributions {
 public:
@@ -66,6 +68,8 @@ struct ResampleKernels {
     void (*horizontal[2])(const unsigned char* const* from, unsigned char* const* to, const HorizontalPlan& plan, float* scratch);
     /// One row of so many samples from count weighted rows.
     void (*vertical[2])(const unsigned char* const* from, const float* weights, size_t count, unsigned char* to, size_t samples);
+
+    const WholeKernels* whole;              ///< null where the set has none
 };
 
 enum class ResampleLevel { Sse2, Avx2, Avx512 };

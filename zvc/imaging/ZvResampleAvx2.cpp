@@ -1,4 +1,5 @@
 #include "zvc/imaging/ZvResampleLevels.h"
+#include "zvc/imaging/ZvResampleWhole.h"
 
 #include <cstring>
 #include <immintrin.h>
@@ -41,6 +42,7 @@ ZV_KERNEL Sixteen FromBytes(__m128i bytes) {
 ZV_KERNEL Register Broadcast(float value) { return _mm256_set1_ps(value); }
 
 ZV_KERNEL void AddProduct(Sixteen& sum, const Sixteen& v, Register weight) {
+    ZV_UNROLL
     for (int i = 0; i < 2; ++i) sum.part[i] = _mm256_add_ps(sum.part[i], _mm256_mul_ps(v.part[i], weight));
 }
 
@@ -68,7 +70,7 @@ ZV_KERNEL bool StoreWords(const Sixteen& sums, unsigned char* to) {
 
 }
 
-const ResampleKernels Avx2Kernels = {{&Horizontal<uint8_t>, &Horizontal<uint16_t>}, {&Vertical<uint8_t>, &Vertical<uint16_t>}};
+const ResampleKernels Avx2Kernels = {{&Horizontal<uint8_t>, &Horizontal<uint16_t>}, {&Vertical<uint8_t>, &Vertical<uint16_t>}, &Avx2WholeKernels};
 
 }
 

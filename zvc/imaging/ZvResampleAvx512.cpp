@@ -1,4 +1,5 @@
 #include "zvc/imaging/ZvResampleLevels.h"
+#include "zvc/imaging/ZvResampleWhole.h"
 
 // g++ takes the undefined operands in its own header for mistakes.
 #if !defined(__clang__)
@@ -59,7 +60,7 @@ ZV_KERNEL bool StoreWords(const Sixteen& sums, unsigned char* to) {
 
 }
 
-const ResampleKernels Avx512Kernels = {{&Horizontal<uint8_t>, &Horizontal<uint16_t>}, {&Vertical<uint8_t>, &Vertical<uint16_t>}};
+const ResampleKernels Avx512Kernels = {{&Horizontal<uint8_t>, &Horizontal<uint16_t>}, {&Vertical<uint8_t>, &Vertical<uint16_t>}, &Avx2WholeKernels};
 
 }
 

@@ -19,6 +19,7 @@ ZV_KERNEL Sixteen LoadFloats(const float* from) {
 }
 
 ZV_KERNEL void StoreFloats(const Sixteen& v, float* to) {
+    ZV_UNROLL
     for (int i = 0; i < 4; ++i) _mm_storeu_ps(to + 4 * i, v.part[i]);
 }
 
@@ -36,11 +37,13 @@ ZV_KERNEL Sixteen FromBytes(__m128i bytes) {
 ZV_KERNEL Register Broadcast(float value) { return _mm_set1_ps(value); }
 
 ZV_KERNEL void AddProduct(Sixteen& sum, const Sixteen& v, Register weight) {
+    ZV_UNROLL
     for (int i = 0; i < 4; ++i) sum.part[i] = _mm_add_ps(sum.part[i], _mm_mul_ps(v.part[i], weight));
 }
 
 ZV_KERNEL void StoreBytes(const Sixteen& sums, unsigned char* to) {
     __m128i cut[4];
+    ZV_UNROLL
     for (int i = 0; i < 4; ++i) cut[i] = _mm_and_si128(_mm_cvttps_epi32(sums.part[i]), _mm_set1_epi32(0xFF));
     const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(cut[0], cut[1]), _mm_packs_epi32(cut[2], cut[3]));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
@@ -49,6 +52,7 @@ ZV_KERNEL void StoreBytes(const Sixteen& sums, unsigned char* to) {
 /// False, with nothing stored, where a sum does not fit into 32 bits.
 ZV_KERNEL bool StoreWords(const Sixteen& sums, unsigned char* to) {
     __m128i cut[4], misfit = _mm_setzero_si128();
+    ZV_UNROLL
     for (int i = 0; i < 4; ++i) {
         cut[i] = _mm_cvttps_epi32(sums.part[i]);
         misfit = _mm_or_si128(misfit, _mm_cmpeq_epi32(cut[i], _mm_set1_epi32(INT32_MIN)));
@@ -64,6 +68,6 @@ ZV_KERNEL bool StoreWords(const Sixteen& sums, unsigned char* to) {
 
 }
 
-const ResampleKernels Sse2Kernels = {{&Horizontal<uint8_t>, &Horizontal<uint16_t>}, {&Vertical<uint8_t>, &Vertical<uint16_t>}};
+const ResampleKernels Sse2Kernels = {{&Horizontal<uint8_t>, &Horizontal<uint16_t>}, {&Vertical<uint8_t>, &Vertical<uint16_t>}, nullptr};
 
 }

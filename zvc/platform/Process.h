@@ -26,6 +26,7 @@ struct ProcessStart {
     Handle error = nullptr;
 };
 
+/// A process that was started: its handles are the receiver's to close.
 struct ProcessInfo {
     Handle process = nullptr;
     Handle thread = nullptr;              ///< the process's first thread: a second handle that ends with the process

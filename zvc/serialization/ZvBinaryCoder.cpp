@@ -50,6 +50,7 @@ ZvBinaryCoder::~ZvBinaryCoder() = default;
 // Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring less than was asked
 // for. What does not come is zero. Answers the bytes that came.
 size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
+    if (size == 0) return 0;             // data may be null then
     if (m_in.IsOn(stream.Get())) {
         if (const unsigned char* at = m_in.Look(size)) {
             std::memcpy(data, at, size);

@@ -42,26 +42,33 @@ void ZvStdFILEStream::Open(int descriptor, const char* mode) {
     Take(zvc::platform::StdFileOnDescriptor(descriptor, mode), mode, false);
 }
 
-void ZvStdFILEStream::SetBufferSize(long long size) { std::setvbuf(m_file, nullptr, _IOFBF, static_cast<size_t>(size)); }
+// Without a file nothing moves: an opening that failed shows in Fail, not in a crash.
+void ZvStdFILEStream::SetBufferSize(long long size) {
+    if (m_file != nullptr) std::setvbuf(m_file, nullptr, _IOFBF, static_cast<size_t>(size));
+}
 
-long long ZvStdFILEStream::GetFileLength() { return zvc::platform::StdFileLength(m_file); }
+long long ZvStdFILEStream::GetFileLength() { return m_file != nullptr ? zvc::platform::StdFileLength(m_file) : -1; }
 
 long long ZvStdFILEStream::Write(const void* buffer, long long count) {
-    return static_cast<long long>(std::fwrite(buffer, 1, static_cast<size_t>(count), m_file));
+    return m_file != nullptr ? static_cast<long long>(std::fwrite(buffer, 1, static_cast<size_t>(count), m_file)) : 0;
 }
 
 long long ZvStdFILEStream::Read(void* buffer, long long count) {
-    return static_cast<long long>(std::fread(buffer, 1, static_cast<size_t>(count), m_file));
+    return m_file != nullptr ? static_cast<long long>(std::fread(buffer, 1, static_cast<size_t>(count), m_file)) : 0;
 }
 
-long long ZvStdFILEStream::Tellp() const { return std::ftell(m_file); }
-long long ZvStdFILEStream::Tellg() const { return std::ftell(m_file); }
-void ZvStdFILEStream::Flush() { std::fflush(m_file); }
+long long ZvStdFILEStream::Tellp() const { return m_file != nullptr ? std::ftell(m_file) : -1; }
+long long ZvStdFILEStream::Tellg() const { return Tellp(); }
+
+void ZvStdFILEStream::Flush() {
+    if (m_file != nullptr) std::fflush(m_file);
+}
+
 void ZvStdFILEStream::Seekp(long long offset, SeekOrigin origin) { Seekg(offset, origin); }
 
 void ZvStdFILEStream::Seekg(long long offset, SeekOrigin origin) {
     static constexpr int origins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-    if (origin < Begin || origin > End) return;
+    if (m_file == nullptr || origin < Begin || origin > End) return;
     std::fseek(m_file, static_cast<long>(offset), origins[origin]);
 }
 

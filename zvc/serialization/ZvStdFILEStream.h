@@ -4,7 +4,8 @@
 
 #include <cstdio>
 
-/// A stream on a standard-library file. Copies share the file, and the first destructor that owns it closes it.
+/// A stream on a standard-library file. Copies share the file, and the first destructor that owns it closes it. Without a
+/// file, because none was opened or it could not be, nothing is transferred, positions are -1, and Fail is true.
 class ZV_API ZvStdFILEStream : public ZvStream {
     ZV_DECLARE_CLASS(ZvStdFILEStream)
 public:

@@ -5,24 +5,45 @@
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #include <strstream>
 
+#include <climits>
+#include <cstring>
+#include <iostream>
+
 ZV_DEFINE_CLASS(ZvStrStream, (ZvStream))
 
 namespace {
 constexpr std::ios_base::seekdir Directions[] = {std::ios_base::beg, std::ios_base::cur, std::ios_base::end};
 }
 
+namespace {
+
+/// As std::strstream holds it, but that what is written behind a text ends where the buffer does: the standard one would go on
+/// for as many bytes more as the text has.
+class Area : public std::strstreambuf {
+public:
+    Area() = default;                                  // one of its own, which grows
+    Area(char* buffer, char* put, char* end) : std::strstreambuf(buffer, end - buffer, put) { setp(put, end); }
+};
+
+// The append bit is the system's own number, and the standard library's may be another. A size of 0 stands for that of the text.
+Area AreaOn(char* buffer, long long size, int mode) {
+    if (buffer == nullptr) return Area();
+    const auto room = size > 0 ? static_cast<size_t>(size) : size == 0 ? std::strlen(buffer) : static_cast<size_t>(INT_MAX);
+    return Area(buffer, (mode & 8) != 0 ? buffer + strnlen(buffer, room) : buffer, buffer + room);
+}
+
+}
+
 struct ZvStrStream::Buffer {
-    // The append bit is the system's own number, and the standard library's may be another.
-    Buffer(char* buffer, long long size, int mode)
-        : stream(buffer, static_cast<int>(size),
-                 std::ios_base::in | std::ios_base::out | ((mode & 8) != 0 ? std::ios_base::app : std::ios_base::openmode())) {}
-    std::strstream stream;
+    Buffer(char* buffer, long long size, int mode) : area(AreaOn(buffer, size, mode)), stream(&area) {}
+    Area area;
+    std::iostream stream;
 };
 
 ZvStrStream::ZvStrStream(char* buffer, long long size, int mode) : m_buffer(new Buffer(buffer, size, mode)) {}
 ZvStrStream::~ZvStrStream() = default;
-long long ZvStrStream::Size() const { return m_buffer->stream.pcount(); }
-unsigned char* ZvStrStream::StartPointer() { return reinterpret_cast<unsigned char*>(m_buffer->stream.str()); }
+long long ZvStrStream::Size() const { return m_buffer->area.pcount(); }
+unsigned char* ZvStrStream::StartPointer() { return reinterpret_cast<unsigned char*>(m_buffer->area.str()); }
 
 long long ZvStrStream::GetFileLength() { return m_buffer->stream.gcount(); }
 

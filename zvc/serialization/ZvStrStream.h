@@ -8,13 +8,15 @@
 class ZV_API ZvStrStream : public ZvStream {
     ZV_DECLARE_CLASS(ZvStrStream)
 public:
-    /// With the append bit (8) in mode writing starts at the terminating zero of buffer.
+    /// A null buffer is one of its own. With the append bit (8) in mode writing starts at the terminating zero of buffer. A size
+    /// of 0 stands for the length of the text in buffer, a negative one for a buffer that has no end.
     ZvStrStream(char* buffer, long long size, int mode);
     ~ZvStrStream() override;
 
     /// Bytes written: 0 while nothing was.
     long long Size() const;
-    /// The start of the buffer, which is frozen from then on.
+    /// The start of the buffer, which is frozen from then on: one of the stream's own grows no more, and is the caller's to
+    /// free, by delete[].
     unsigned char* StartPointer();
 
     /// GetFileLength gives the count of the last read. SetEndOfFile does nothing and answers true.

@@ -124,16 +124,23 @@ long long ZvZipStream::Write(const void* buffer, long long count) {
 long long ZvZipStream::Read(void* buffer, long long count) {
     if (!m_file || !m_file->reader) return Note(Z_STREAM_ERROR);
     const long long done = m_file->reader->Read(buffer, count);
-    // Where the file just stops, as one does that was written to a descriptor, what came is good: that is no failure until
-    // somebody reads on.
-    if (!m_file->reader->AtEnd()) Note(m_file->reader->Result());
+    NoteReader();
     return Note(done);
+}
+
+// Where the file just stops, as one does that was written to a descriptor, what came is good: that is no failure until
+// somebody reads on.
+void ZvZipStream::NoteReader() const {
+    if (!m_file->reader->AtEnd()) Note(m_file->reader->Result());
 }
 
 long long ZvZipStream::Move(long long offset, SeekOrigin origin) const {
     if (!m_file) return Note(-1);
     const int distance = static_cast<int>(offset);       // 32 bits of it: meant so
-    return Note(m_file->writer ? m_file->writer->Seek(distance, origin) : m_file->reader->Seek(distance, origin));
+    if (m_file->writer) return Note(m_file->writer->Seek(distance, origin));
+    const long long position = m_file->reader->Seek(distance, origin);
+    NoteReader();
+    return Note(position);
 }
 
 long long ZvZipStream::Tellp() const { return Move(0, Current); }

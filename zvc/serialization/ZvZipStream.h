@@ -61,6 +61,7 @@ private:
     void Close();
     long long Move(long long offset, SeekOrigin origin) const;
     long long Note(long long result) const;
+    void NoteReader() const;
 
     std::unique_ptr<File> m_file;
     mutable int m_error = 0;

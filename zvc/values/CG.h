@@ -6,16 +6,19 @@
 /// library does no geometry with them; it compares, hashes, prints and codes their scalars in storage order.
 namespace CG {
 
+/// Two scalars.
 template <class T>
 struct ZV_API vec2 {
     T x, y;
 };
 
+/// Three scalars.
 template <class T>
 struct ZV_API vec3 {
     T x, y, z;
 };
 
+/// Four scalars.
 template <class T>
 struct ZV_API vec4 {
     T x, y, z, w;

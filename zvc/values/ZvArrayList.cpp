@@ -131,6 +131,7 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
     coder->Read(stream, count);
     // A count is believed as fast as elements arrive: room for a few thousand at first.
     constexpr unsigned int atFirst = 4096;
+    size_t capacity = std::max<size_t>(m_items.capacity(), count);
     if (std::min(count, atFirst) > m_items.capacity()) Reserve(std::min(count, atFirst));
     zvc::detail::Arrival arrival(stream);
     for (unsigned int i = 0; i < count; ++i) {
@@ -139,9 +140,10 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
         coder->Read(stream, element);
         Add(element);
     }
-    if (count > atFirst && m_items.capacity() != count && m_items.size() == count) {
+    while (capacity < m_items.size()) capacity += std::max<size_t>(capacity / 2, 1);
+    if (count > atFirst && m_items.capacity() != capacity) {
         std::vector<ZvObject$> exact;             // as if room for the count had been made at once
-        exact.reserve(count);
+        exact.reserve(capacity);
         for (ZvObject$& e : m_items) exact.push_back(std::move(e));
         m_items.swap(exact);
     }

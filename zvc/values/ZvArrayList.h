@@ -60,6 +60,7 @@ private:
     std::vector<ZvObject$> m_items;
 };
 
+/// The walk over a list, from its first element.
 class ZV_API ZvArrayList::Enumerator : public ZvObject, public ZvIEnumerator {
     ZV_DECLARE_CLASS(ZvArrayList::Enumerator)
 public:

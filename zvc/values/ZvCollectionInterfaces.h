@@ -36,6 +36,7 @@ public:
     virtual ZvObject$ Value() = 0;
 };
 
+/// What can be walked over.
 class ZV_API ZvIEnumeratable : public ZvInterface {
     ZV_DECLARE_INTERFACE(ZvIEnumeratable)
 public:
@@ -45,15 +46,17 @@ public:
     virtual ZvIEnumerator$ GetEnumerator() = 0;
 };
 
+/// What has elements.
 class ZV_API ZvICollection : public ZvIEnumeratable {
     ZV_DECLARE_INTERFACE(ZvICollection)
 public:
     ~ZvICollection() override;
-    virtual size_t Count() const = 0;
+    virtual size_t Count() const = 0;        ///< of the elements
     virtual void Clear() = 0;
-    virtual bool Contains(ZvObject$ const& value) const = 0;
+    virtual bool Contains(ZvObject$ const& value) const = 0;     ///< a dictionary is asked for a key
 };
 
+/// Elements by index, from 0. What an index outside does is the class's affair.
 class ZV_API ZvIList : public ZvICollection {
     ZV_DECLARE_INTERFACE(ZvIList)
 public:
@@ -62,20 +65,21 @@ public:
     virtual ZvObject$& operator[](size_t index) = 0;
     virtual ZvObject$ const& ItemAt(size_t index) const = 0;
     virtual ZvObject$& ItemAt(size_t index) = 0;
-    virtual size_t Add(ZvObject$ const& value) = 0;
-    virtual size_t IndexOf(ZvObject$ const& value) const = 0;
+    virtual size_t Add(ZvObject$ const& value) = 0;              ///< behind the last; its index
+    virtual size_t IndexOf(ZvObject$ const& value) const = 0;    ///< the first; all ones when there is none
     virtual void Insert(size_t index, ZvObject$ const& value) = 0;
-    virtual void Remove(size_t first, size_t last) = 0;
-    virtual void Remove(ZvObject$ const& value) = 0;
+    virtual void Remove(size_t first, size_t last) = 0;          ///< first up to, and without, last
+    virtual void Remove(ZvObject$ const& value) = 0;             ///< the first occurrence
     virtual void RemoveAt(size_t index) = 0;
 };
 
+/// Values by key.
 class ZV_API ZvIDictionary : public ZvICollection {
     ZV_DECLARE_INTERFACE(ZvIDictionary)
 public:
     ~ZvIDictionary() override;
-    virtual ZvObject$& operator[](ZvObject$ const& key) = 0;
-    virtual ZvObject$ Find(ZvObject$ const& key) const = 0;
+    virtual ZvObject$& operator[](ZvObject$ const& key) = 0;     ///< made with a null value when it is not there
+    virtual ZvObject$ Find(ZvObject$ const& key) const = 0;      ///< null when there is none
     virtual ZvObject$ Find(ZvObject$ const& key) = 0;
     virtual ZvICollection$ Keys() = 0;
     virtual ZvICollection$ Values() = 0;

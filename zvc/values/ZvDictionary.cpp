@@ -136,9 +136,14 @@ ZvDictionary::Enumerator::Enumerator(const HashTable& table) : m_table(&table), 
 ZvDictionary::Enumerator::~Enumerator() = default;
 
 ZvObject$ ZvDictionary::Enumerator::Next() {
-    ZvObject$ entry = new ZvDictionaryEntry(Node().key, Node().value);
-    m_at = m_at->next;
-    return entry;
+    const HashTable::Node& node = Node();
+    m_at = node.next;
+    if (HasNext()) {                              // what the next step needs comes in the meantime
+        __builtin_prefetch(m_at->next);
+        __builtin_prefetch(Node().key.Get(), 1);
+        __builtin_prefetch(Node().value.Get(), 1);
+    }
+    return new ZvDictionaryEntry(node.key, node.value);
 }
 
 ZvDictionaryEntry ZvDictionary::Enumerator::Entry() { return ZvDictionaryEntry(Node().key, Node().value); }

@@ -53,6 +53,7 @@ private:
     zvc::detail::HashTable m_table;
 };
 
+/// The walk over a dictionary, in its order of enumeration.
 class ZV_API ZvDictionary::Enumerator : public ZvObject, public ZvIDictionaryEnumerator {
     ZV_DECLARE_CLASS(ZvDictionary::Enumerator)
 public:

@@ -34,6 +34,7 @@ private:
     zvc::detail::HashTable m_table;
 };
 
+/// The walk over a set, in its order of enumeration.
 class ZV_API ZvHashSet::Enumerator : public ZvObject, public ZvIEnumerator {
     ZV_DECLARE_CLASS(ZvHashSet::Enumerator)
 public:

@@ -2,6 +2,8 @@
 
 #include "zvc/values/ZvString.h"
 
+#include <algorithm>
+#include <new>
 #include <typeinfo>
 
 namespace zvc::detail {
@@ -10,6 +12,8 @@ namespace {
 
 constexpr size_t FirstBuckets = 8;
 constexpr size_t MostBuckets = 0x0FFFFFFFFFFFFFFF;
+constexpr size_t MostNodesInABlock = 104857;          // of 4 MiB
+constexpr int Ahead = 8;                          // nodes between asking for a bucket's memory and using it
 
 // The minimal standard generator of Park and Miller, one step by Schrage's method, over the key's hash.
 uint32_t Mix(uint32_t hash) {
@@ -31,9 +35,47 @@ bool AskEquals(const ZvObject* receiver, const ZvObject* argument) {
     return argument == nullptr || argument->Equals(nullptr);
 }
 
+HashTable::Node* NodeAt(HashTable::Link* link) { return static_cast<HashTable::Node*>(link); }
+
 }
 
-HashTable::HashTable() { ResetBuckets(FirstBuckets); }
+HashTable::Nodes::~Nodes() {
+    for (const Block& block : m_blocks) zvc::platform::LargeFree(block.memory, block.nodes * sizeof(Node));
+}
+
+void HashTable::Nodes::swap(Nodes& other) noexcept {
+    m_blocks.swap(other.m_blocks);
+    std::swap(m_used, other.m_used);
+    std::swap(m_free, other.m_free);
+}
+
+// The room of the node that was destroyed last, else the next one of the newest block, else the first one of a larger block.
+void* HashTable::Nodes::Room() {
+    if (m_free != nullptr) {
+        Link* room = m_free;
+        m_free = room->next;
+        return room;
+    }
+    if (m_blocks.empty() || m_used == m_blocks.back().nodes) {
+        const size_t nodes = m_blocks.empty() ? FirstBuckets : std::min(m_blocks.back().nodes * 2, MostNodesInABlock);
+        m_blocks.reserve(m_blocks.size() + 1);
+        m_blocks.push_back({zvc::platform::LargeAllocator<std::byte>().allocate(nodes * sizeof(Node)), nodes});
+        m_used = 0;
+    }
+    return m_blocks.back().memory + m_used++ * sizeof(Node);
+}
+
+HashTable::Node* HashTable::Nodes::Make(const ZvObject$& key, const ZvObject$& value, const Probe& probe) {
+    return new (Room()) Node{{nullptr, nullptr}, key, value, probe.number, probe.isPlain, false};
+}
+
+void HashTable::Nodes::Destroy(Node* node) {
+    const ZvObject$ key = std::move(node->key), value = std::move(node->value);       // end last: they may use the table
+    node->~Node();
+    m_free = new (node) Link{nullptr, m_free};
+}
+
+HashTable::HashTable() : m_runs(FirstBuckets) {}
 HashTable::~HashTable() { Clear(); }
 
 HashTable& HashTable::operator=(const HashTable& other) {
@@ -41,7 +83,7 @@ HashTable& HashTable::operator=(const HashTable& other) {
     Clear();
     try {
         m_maxLoadFactor = other.m_maxLoadFactor;
-        ResetBuckets(other.Buckets());
+        m_runs.assign(other.Buckets(), Run());
         for (const Link* at = other.First(); at != other.End(); at = at->next) {
             const auto* node = static_cast<const Node*>(at);
             bool inserted;
@@ -54,82 +96,109 @@ HashTable& HashTable::operator=(const HashTable& other) {
     return *this;
 }
 
-void HashTable::ResetBuckets(size_t count) {
-    m_buckets.assign(count, Bucket{&m_end, &m_end});
-    m_mask = count - 1;
-}
-
 HashTable::Probe HashTable::ProbeFor(ZvObject* key) {
-    if (key == nullptr) return {nullptr, Mix(0), false};
-    if (IsExactlyString(key)) {
-        const size_t hash = ZvString::Hash(TextOf(key));
-        return {key, Mix(static_cast<uint32_t>(hash) ^ 0xDEADBEEF), true};
-    }
-    return {key, Mix(static_cast<uint32_t>(key->GetHashCode()) ^ 0xDEADBEEF), false};
+    if (key == nullptr) return {nullptr, Mix(0), true};
+    const bool isPlain = IsExactlyString(key);
+    const size_t hash = isPlain ? ZvString::Hash(TextOf(key)) : key->GetHashCode();
+    return {key, Mix(static_cast<uint32_t>(hash) ^ 0xDEADBEEF), isPlain};
 }
 
-HashTable::Node* HashTable::Find(const ZvObject$& key) const {
-    const Probe probe = ProbeFor(key.Get());
-    const Bucket& bucket = m_buckets[probe.number & m_mask];
-    if (bucket.first == &m_end) return nullptr;
-    for (Link* at = bucket.first;; at = at->next) {
-        auto* node = static_cast<Node*>(at);
-        ZvObject* stored = node->key.Get();
-        if (probe.isString && node->isString) {
-            if (node->number == probe.number && (stored == probe.key || std::strcmp(TextOf(stored), TextOf(probe.key)) == 0))
-                return node;
-        } else if (AskEquals(stored, probe.key)) {
-            return AskEquals(probe.key, stored) ? node : nullptr;        // the probe has the last word
+// Of two plain keys with the same number.
+bool HashTable::SamePlain(const ZvObject* stored, const ZvObject* key) {
+    if (stored == key) return true;
+    return stored != nullptr && key != nullptr && std::strcmp(TextOf(stored), TextOf(key)) == 0;
+}
+
+// From the first node of the run to its last. The stored key is asked first, and the probe has the last word.
+HashTable::Node* HashTable::FindIn(const Probe& probe) const {
+    const Run& run = m_runs[BucketOf(probe.number)];
+    Node* node = run.first;
+    if (probe.isPlain && run.isPlain) {           // the common case, without a look at the node
+        __builtin_prefetch(node);
+        if (run.number == probe.number && SamePlain(run.key, probe.key)) return node;
+        if (run.isSingle) return nullptr;
+        node = NodeAt(node->next);
+    }
+    if (node == nullptr) return nullptr;
+    for (;; node = NodeAt(node->next)) {
+        if (probe.isPlain && node->isPlain) {
+            if (node->number == probe.number && SamePlain(node->key.Get(), probe.key)) return node;
+        } else if (AskEquals(node->key.Get(), probe.key)) {
+            return AskEquals(probe.key, node->key.Get()) ? node : nullptr;
         }
-        if (at == bucket.last) return nullptr;
+        if (node->endsRun) return nullptr;
     }
 }
 
-// Links node into its bucket; false, with the node that is in the way, when an equal key stands there.
-bool HashTable::Place(Node* node, const Probe& probe, Node*& existing) {
-    Bucket& bucket = m_buckets[probe.number & m_mask];
-    Link* before = &m_end;                       // an empty bucket begins at the very end of the list
-    if (bucket.first != &m_end) {
-        for (Link* at = bucket.last;; at = at->previous) {
-            auto* other = static_cast<Node*>(at);
-            ZvObject* stored = other->key.Get();
-            bool equal;
-            if (probe.isString && other->isString)
-                equal = other->number == probe.number && (stored == probe.key || std::strcmp(TextOf(stored), TextOf(probe.key)) == 0);
-            else
-                equal = AskEquals(probe.key, stored);
-            if (equal) {
-                existing = other;
-                return false;
-            }
-            if (at == bucket.first) break;
+// The node whose key is equal, for an insertion: from the last node of the run to its first, and only the probe is asked.
+HashTable::Node* HashTable::InTheWay(const Probe& probe) const {
+    if (probe.isPlain && m_askedCount == 0) return FindIn(probe);
+    Node* const first = m_runs[BucketOf(probe.number)].first;
+    if (first == nullptr) return nullptr;
+    Node* node = first;
+    while (!node->endsRun) node = NodeAt(node->next);
+    for (;; node = NodeAt(node->previous)) {
+        if (probe.isPlain && node->isPlain) {
+            if (node->number == probe.number && SamePlain(node->key.Get(), probe.key)) return node;
+        } else if (AskEquals(probe.key, node->key.Get())) {
+            return node;
         }
-        before = bucket.first;
+        if (node == first) return nullptr;
     }
+}
+
+void HashTable::Run::Begin(Node* node, uint32_t nodeNumber, bool single) {
+    *this = {node, node->key.Get(), nodeNumber, node->isPlain, single};
+}
+
+// Links a node into its bucket: before the bucket's first node, or at the very end of the list for an empty bucket.
+void HashTable::Put(Node* node, uint32_t number) {
+    Run& run = m_runs[BucketOf(number)];
+    node->endsRun = run.first == nullptr;
+    Link* const before = run.first != nullptr ? run.first : &m_end;
     node->next = before;
     node->previous = before->previous;
     before->previous->next = node;
     before->previous = node;
-    if (bucket.first == &m_end) bucket.last = node;
-    bucket.first = node;
-    return true;
+    run.Begin(node, number, node->endsRun);
+}
+
+void HashTable::TakeOut(Node* node, uint32_t number) {
+    Run& run = m_runs[BucketOf(number)];
+    if (run.isSingle) {
+        run = Run();
+    } else if (run.first == node) {
+        Node* const next = NodeAt(node->next);
+        run.Begin(next, next->number, next->endsRun);
+    } else if (node->endsRun) {
+        NodeAt(node->previous)->endsRun = true;
+        run.isSingle = node->previous == run.first;
+    }
+    node->previous->next = node->next;
+    node->next->previous = node->previous;
+}
+
+void HashTable::Remove(Node* node, uint32_t number) {
+    TakeOut(node, number);
+    --m_count;
+    if (!node->isPlain) --m_askedCount;
+    m_nodes.Destroy(node);
 }
 
 HashTable::Node* HashTable::Insert(const ZvObject$& key, const ZvObject$& value, bool& inserted) {
     const Probe probe = ProbeFor(key.Get());
-    std::unique_ptr<Node> node(new Node{{nullptr, nullptr}, key, value, probe.number, probe.isString});
-    Node* existing = nullptr;
-    inserted = Place(node.get(), probe, existing);
-    if (!inserted) return existing;
-    Node* entry = node.release();
+    Node* entry = InTheWay(probe);
+    inserted = entry == nullptr;
+    if (!inserted) return entry;
+    entry = m_nodes.Make(key, value, probe);
+    Put(entry, probe.number);
     ++m_count;
+    if (!probe.isPlain) ++m_askedCount;
     if (static_cast<float>(m_count) / static_cast<float>(Buckets()) > m_maxLoadFactor) {
         try {
-            const size_t count = m_count;
-            Grow();
-            if (m_count != count) entry = Find(key);      // a key that changed its mind was dropped, perhaps this one
+            Grow(entry);
         } catch (...) {
-            Erase(key);
+            Remove(entry, probe.number);
             throw;
         }
     }
@@ -137,68 +206,123 @@ HashTable::Node* HashTable::Insert(const ZvObject$& key, const ZvObject$& value,
 }
 
 // Every node is placed anew, from the front of the list to the node that was last when growing began. The list's order
-// changes in the course of it, and files depend on how.
-void HashTable::Grow() {
+// changes in the course of it, and files depend on how. What a key throws leaves the table as it was.
+void HashTable::Grow(Node*& entry) {
     const size_t buckets = Buckets();
     if (buckets >= MostBuckets) return;
-    std::vector<Bucket> larger(buckets < 512 ? buckets * 8 : buckets * 2, Bucket{&m_end, &m_end});
-    Link* const last = m_end.previous;
-    // What a key throws leaves the table whole: numbers are taken before anything moves.
+    Runs larger(buckets < 512 ? buckets * 8 : buckets * 2);
+    if (m_askedCount == 0)
+        GrowPlain(larger);
+    else
+        GrowAsking(larger, entry);
+}
+
+// Nodes taken one by one from the front come to stand in the order of their buckets' first arrivals, and those of a bucket
+// from the last arrival to the first. So the runs are collected first, singly linked, and the list is put together after.
+void HashTable::GrowPlain(Runs& larger) {
+    std::vector<Node*, zvc::platform::LargeAllocator<Node*>> arrivals;                  // the first of each bucket
+    arrivals.reserve(m_count);
+    m_runs.swap(larger);
+    Link* ahead = m_end.next;
+    for (int i = 0; i < Ahead && ahead != &m_end; ++i) ahead = ahead->next;
     for (Link* at = m_end.next; at != &m_end; at = at->next) {
-        auto* node = static_cast<Node*>(at);
-        if (!node->isString) node->number = ProbeFor(node->key.Get()).number;
-    }
-    m_buckets.swap(larger);
-    m_mask = m_buckets.size() - 1;
-    for (;;) {
-        Link* const at = m_end.next;
-        const bool wasLast = at == last;
-        auto* node = static_cast<Node*>(at);
-        at->previous->next = at->next;
-        at->next->previous = at->previous;
-        Node* existing = nullptr;
-        if (!Place(node, Probe{node->key.Get(), node->number, node->isString}, existing)) {
-            --m_count;                            // a key whose Equals changed its mind
-            delete node;
+        if (ahead != &m_end) {
+            __builtin_prefetch(&m_runs[BucketOf(NodeAt(ahead)->number)], 1);
+            ahead = ahead->next;
         }
-        if (wasLast) break;
+        Node* node = NodeAt(at);
+        Run& run = m_runs[BucketOf(node->number)];
+        node->endsRun = run.first == nullptr;
+        node->previous = run.first;               // the one that came before it
+        if (node->endsRun) arrivals.push_back(node);
+        run.Begin(node, node->number, node->endsRun);
+    }
+    Link* tail = &m_end;
+    for (const Node* arrival : arrivals) {
+        for (Link *at = m_runs[BucketOf(arrival->number)].first, *earlier; at != nullptr; at = earlier) {
+            earlier = at->previous;
+            tail->next = at;
+            at->previous = tail;
+            tail = at;
+        }
+    }
+    tail->next = &m_end;
+    m_end.previous = tail;
+}
+
+// Step by step: each key is asked for its hash, and then whether it equals those that came before it into its bucket. One
+// that changed its mind and now equals another is dropped.
+void HashTable::GrowAsking(Runs& larger, Node*& entry) {
+    struct Place {
+        Node* node;
+        uint32_t number;
+        bool endsRun;
+    };
+    std::vector<Place> places;
+    places.reserve(m_count);
+    std::vector<Node*> dropped;
+    dropped.reserve(m_count);
+    for (Link* at = m_end.next; at != &m_end; at = at->next)
+        places.push_back({NodeAt(at), NodeAt(at)->number, NodeAt(at)->endsRun});
+    m_runs.swap(larger);
+    Node* remaining = entry;
+    try {
+        for (const Place& place : places) {
+            Node* node = place.node;
+            const Probe probe = node->isPlain ? Probe{node->key.Get(), node->number, true} : ProbeFor(node->key.Get());
+            node->previous->next = node->next;
+            node->next->previous = node->previous;
+            if (Node* other = InTheWay(probe)) {
+                dropped.push_back(node);
+                if (node == entry) remaining = other;
+            } else {
+                Put(node, probe.number);
+            }
+        }
+    } catch (...) {
+        m_runs.swap(larger);
+        Link* tail = &m_end;
+        for (const Place& place : places) {
+            place.node->endsRun = place.endsRun;
+            tail->next = place.node;
+            place.node->previous = tail;
+            tail = place.node;
+        }
+        tail->next = &m_end;
+        m_end.previous = tail;
+        throw;
+    }
+    entry = remaining;
+    m_count -= dropped.size();
+    for (Node* node : dropped) {
+        if (!node->isPlain) --m_askedCount;
+        m_nodes.Destroy(node);
     }
 }
 
 bool HashTable::Erase(const ZvObject$& key) {
-    Node* node = Find(key);
+    const Probe probe = ProbeFor(key.Get());
+    Node* node = FindIn(probe);
     if (node == nullptr) return false;
-    if (m_count == 1) {
+    if (m_count == 1)
         Clear();                                  // back to the first size: a new table again
-        return true;
-    }
-    Bucket& bucket = m_buckets[(node->isString ? node->number : ProbeFor(key.Get()).number) & m_mask];
-    Unlink(node, bucket);
-    delete node;
+    else
+        Remove(node, probe.number);
     return true;
 }
 
-void HashTable::Unlink(Node* node, Bucket& bucket) {
-    if (bucket.first == node && bucket.last == node)
-        bucket.first = bucket.last = &m_end;
-    else if (bucket.first == node)
-        bucket.first = node->next;
-    else if (bucket.last == node)
-        bucket.last = node->previous;
-    node->previous->next = node->next;
-    node->next->previous = node->previous;
-    --m_count;
-}
-
 void HashTable::Clear() {
+    Nodes nodes;
+    nodes.swap(m_nodes);
     Link* at = m_end.next;
+    Link* const end = &m_end;
     m_end.next = m_end.previous = &m_end;
-    m_count = 0;
-    ResetBuckets(FirstBuckets);
-    while (at != &m_end) {                        // a value's destructor may look at the table: it is empty already
-        auto* node = static_cast<Node*>(at);
+    m_count = m_askedCount = 0;
+    m_runs.assign(FirstBuckets, Run());
+    while (at != end) {                           // a value's destructor may look at the table: it is empty already
+        Node* node = NodeAt(at);
         at = at->next;
-        delete node;
+        node->~Node();
     }
 }
 

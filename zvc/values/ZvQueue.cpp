@@ -25,6 +25,7 @@ ZvObject$ ZvQueue::Dequeue() {
     ZvLock lock(this);
     ZvObject$ taken = std::move(m_items.front());
     m_items.pop_front();
+    ++m_taken;
     return taken;
 }
 
@@ -43,8 +44,8 @@ bool ZvQueue::Contains(ZvObject$ const& value) const {
     return deque::Contains(m_items, value);
 }
 
-ZvIEnumerator$ ZvQueue::GetEnumerator() const { return new Enumerator(m_items); }
-ZvIEnumerator$ ZvQueue::GetEnumerator() { return new Enumerator(m_items); }
+ZvIEnumerator$ ZvQueue::GetEnumerator() const { return new Enumerator(*this); }
+ZvIEnumerator$ ZvQueue::GetEnumerator() { return new Enumerator(*this); }
 size_t ZvQueue::GetHashCode() const { return deque::Hash(m_items, "ZvQueue::GetHashCode"); }
 
 bool ZvQueue::Equals(const ZvObject* other) const {
@@ -58,6 +59,6 @@ ZvString$ ZvQueue::ToString() const { return zvc::detail::IndexedText(m_items); 
 void ZvQueue::Encode(ZvStream$& stream, ZvCoder* coder) const { zvc::detail::EncodeElements(stream, coder, m_items); }
 void ZvQueue::Decode(ZvStream$& stream, ZvCoder* coder) { deque::Decode(stream, coder, m_items); }
 
-ZvQueue::Enumerator::Enumerator(const std::deque<ZvObject$>& items) : m_items(&items) {}
+ZvQueue::Enumerator::Enumerator(const ZvQueue& queue) : m_queue(&queue), m_offset(queue.m_taken) {}
 ZvQueue::Enumerator::~Enumerator() = default;
 ZvObject* ZvQueue::Enumerator::Clone() const { return new Enumerator(*this); }

@@ -37,21 +37,23 @@ public:
 
 private:
     std::deque<ZvObject$> m_items;
+    size_t m_taken = 0;          // from the front: the running offset of the first element
 };
 ZV_DECLARE_HANDLE(ZvQueue, ZvObject$);
 
+/// The walk over a queue.
 class ZV_API ZvQueue::Enumerator : public ZvObject, public ZvIEnumerator {
     ZV_DECLARE_CLASS(ZvQueue::Enumerator)
 public:
-    explicit Enumerator(const std::deque<ZvObject$>& items);
+    explicit Enumerator(const ZvQueue& queue);
     Enumerator(const Enumerator& other) = default;
     ~Enumerator() override;
-    bool HasNext() override { return m_offset < m_items->size(); }
-    ZvObject$ Next() override { return (*m_items)[m_offset++]; }
-    void Reset() override { m_offset = 0; }
+    bool HasNext() override { return m_offset != m_queue->m_taken + m_queue->m_items.size(); }
+    ZvObject$ Next() override { return m_queue->m_items[m_offset++ - m_queue->m_taken]; }
+    void Reset() override { m_offset = m_queue->m_taken; }
     ZvObject* Clone() const override;
 
 private:
-    const std::deque<ZvObject$>* m_items;
-    size_t m_offset = 0;
+    const ZvQueue* m_queue;
+    size_t m_offset;             // runs on when elements leave at the front
 };

@@ -5,6 +5,7 @@
 #include "zvc/serialization/ZvCoder.h"
 #include "zvc/values/ZvString.h"
 
+#include <locale>
 #include <sstream>
 
 namespace zvc::detail {
@@ -35,6 +36,7 @@ ZV_API const ZvObject* Needed(const ZvObject* object, const char* function);
 template <class Range>
 ZvString$ IndexedText(const Range& elements) {
     std::ostringstream out;
+    out.imbue(std::locale::classic());            // no grouping of digits, whatever the program's locale
     size_t index = 0;
     for (const ZvObject$& e : elements) out << '[' << index++ << ']' << e->ToString()->CStr() << '\n';
     return new ZvString(out.str().c_str());

@@ -40,6 +40,7 @@ private:
 };
 ZV_DECLARE_HANDLE(ZvStack, ZvObject$);
 
+/// The walk over a stack.
 class ZV_API ZvStack::Enumerator : public ZvObject, public ZvIEnumerator {
     ZV_DECLARE_CLASS(ZvStack::Enumerator)
 public:

@@ -71,7 +71,7 @@ size_t ZvString::RFind(const char*) const { return ~size_t(0); }      // meant s
 
 ZvString$ ZvString::Substr(size_t position, size_t length) const {
     const size_t whole = GetLength();
-    if (length == ~size_t(0) || position + length > whole) length = whole - position;
+    if (length > whole - position) length = whole - position;          // all ones among them
     return new ZvString(m_buffer + position, length);
 }
 
@@ -137,12 +137,11 @@ ZvString& ZvString::operator=(const char* text) {
 ZvString& ZvString::operator+=(const char* text) {
     const size_t size = std::strlen(text);
     const size_t length = GetLength();
-    if (text >= m_buffer && text <= m_buffer + length) {
-        const ZvString copy(text);
-        return *this += copy.m_buffer;
-    }
+    const bool isOwn = text >= m_buffer && text <= m_buffer + length;
+    const size_t offset = isOwn ? static_cast<size_t>(text - m_buffer) : 0;
     expand(size);
-    std::memcpy(m_buffer + length, text, size + 1);
+    std::memcpy(m_buffer + length, isOwn ? m_buffer + offset : text, size);     // an own text moved with the block
+    m_buffer[length + size] = '\0';
     return *this;
 }
 

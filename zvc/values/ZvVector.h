@@ -101,26 +101,9 @@ private:
     T* end = nullptr;
 };
 
+#include "zvc/values/ZvElements.inc"
 #define ZV_EXTERN_VECTOR(...)                                   \
     template <> ZV_API ZvType ZvVector<__VA_ARGS__>::s_type;    \
     extern template class ZvVector<__VA_ARGS__>;
-ZV_EXTERN_VECTOR(unsigned char)
-ZV_EXTERN_VECTOR(char)
-ZV_EXTERN_VECTOR(short)
-ZV_EXTERN_VECTOR(unsigned short)
-ZV_EXTERN_VECTOR(int)
-ZV_EXTERN_VECTOR(unsigned int)
-ZV_EXTERN_VECTOR(long long)
-ZV_EXTERN_VECTOR(unsigned long long)
-ZV_EXTERN_VECTOR(float)
-ZV_EXTERN_VECTOR(double)
-ZV_EXTERN_VECTOR(CG::vec2<int>)
-ZV_EXTERN_VECTOR(CG::vec2<float>)
-ZV_EXTERN_VECTOR(CG::vec2<double>)
-ZV_EXTERN_VECTOR(CG::vec3<int>)
-ZV_EXTERN_VECTOR(CG::vec3<float>)
-ZV_EXTERN_VECTOR(CG::vec3<double>)
-ZV_EXTERN_VECTOR(CG::vec4<int>)
-ZV_EXTERN_VECTOR(CG::vec4<float>)
-ZV_EXTERN_VECTOR(CG::vec4<double>)
+ZV_ELEMENTS_VECTOR(ZV_EXTERN_VECTOR)
 #undef ZV_EXTERN_VECTOR

@@ -67,7 +67,7 @@ void Dump(int signal, const siginfo_t& cause, const ucontext_t& context) noexcep
 void CallEarlier(int signal, siginfo_t* info, ucontext_t& context) noexcept {
     struct sigaction& registered = EarlierOf(signal);
     const struct sigaction earlier = registered;
-    if ((earlier.sa_flags & SA_RESETHAND) != 0) registered.sa_handler = SIG_DFL;
+    if ((static_cast<unsigned int>(earlier.sa_flags) & SA_RESETHAND) != 0) registered.sa_handler = SIG_DFL;
     sigset_t mask;
     sigorset(&mask, &context.uc_sigmask, &earlier.sa_mask);
     if ((earlier.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, signal);

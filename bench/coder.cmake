@@ -1,0 +1,7 @@
+find_package(cereal REQUIRED)
+find_package(Boost REQUIRED COMPONENTS serialization)
+find_package(Protobuf REQUIRED)
+protobuf_generate_cpp(peer_sources peer_headers ${CMAKE_CURRENT_SOURCE_DIR}/coder_peer.proto)
+target_sources(zvc_bench_coder PRIVATE ${peer_sources})
+target_include_directories(zvc_bench_coder PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
+target_link_libraries(zvc_bench_coder PRIVATE cereal::cereal Boost::serialization protobuf::libprotobuf)

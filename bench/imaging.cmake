@@ -1,0 +1,5 @@
+find_package(PkgConfig REQUIRED)
+find_package(OpenCV REQUIRED COMPONENTS core imgproc)
+pkg_check_modules(BENCH_PICTURES REQUIRED IMPORTED_TARGET vips zimg)
+target_link_libraries(zvc_bench_imaging PRIVATE PkgConfig::BENCH_PICTURES ${OpenCV_LIBS})
+target_compile_options(zvc_bench_imaging PRIVATE -ffp-contract=off)
