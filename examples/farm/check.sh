@@ -55,7 +55,7 @@ for how in "KILL 2" "STOP 1"; do
     kill -$signal ${workers%% *}
     wait $host
     cat err
-    grep -q "worker . \(ended in the middle of a tile\|did not answer in time\)" err
+    grep -q "worker . \(ended without an answer\|did not answer in time\)" err
     grep -q '^worker . *2 ' table                       # two were started in one of the places
     cmp long.png lost.png
     nothing_left $host

@@ -59,14 +59,9 @@ const NamedFilter& FilterNamed(const std::string& name) {
     static const ZvCatmullRomFilter catmullrom;
     static const ZvSincFilter sinc;
     static const NamedFilter filters[] = {
-        {"box", &box, false},
-        {"triangle", &triangle, false},
-        {"bell", &bell, false},
-        {"bspline", &bspline, false},
-        {"lanczos3", &lanczos3, true},
-        {"mitchell", &mitchell, false},
-        {"catmullrom", &catmullrom, false},
-        {"sinc", &sinc, true},
+        {"box", &box, false},           {"triangle", &triangle, false}, {"bell", &bell, false},
+        {"bspline", &bspline, false},   {"lanczos3", &lanczos3, true},  {"mitchell", &mitchell, false},
+        {"catmullrom", &catmullrom, false}, {"sinc", &sinc, true},
     };
     for (const NamedFilter& f : filters)
         if (name == f.name) return f;

@@ -62,13 +62,13 @@ std::vector<Triangle> Sheet(const Vec& corner, const Vec& edge1, const Vec& edge
 
 TEST(FarmBvh, FindsWhatALookAtEveryTriangleFinds) {
     for (const float size : {1.0f, 3.0f, 30.0f}) {
-        const std::vector<Triangle> triangles = RandomTriangles(1000, size);
+        const std::vector<Triangle> triangles = RandomTriangles(400, size);
         const Bvh bvh(triangles);
         std::vector<Bvh> single;
         for (const Triangle& t : triangles) single.emplace_back(std::vector<Triangle>{t});
         Random random(3, 4);
         size_t found = 0;
-        for (int i = 0; i < 300; ++i) {
+        for (int i = 0; i < 100; ++i) {
             const Vec origin = RandomVec(random) * 12, direction = Unit(RandomVec(random));
             const Ray ray{origin, direction};
             Hit nearest{Far, 0, 0, 0}, hit{}, tree{};
@@ -83,7 +83,7 @@ TEST(FarmBvh, FindsWhatALookAtEveryTriangleFinds) {
             EXPECT_FALSE(bvh.Blocked(ray, nearest.distance));
             EXPECT_FALSE(bvh.Nearest(ray, nearest.distance, tree));
         }
-        EXPECT_GT(found, 20u);
+        EXPECT_GT(found, 5u);
     }
 }
 

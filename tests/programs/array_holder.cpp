@@ -3,7 +3,7 @@
 //
 //     array_holder BASE SEED
 
-#include "../support/SharedArrays.h"
+#include "support/SharedArrays.h"
 
 #include <cstdlib>
 #include <random>

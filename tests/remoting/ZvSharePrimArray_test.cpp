@@ -35,10 +35,13 @@ std::string Raised(F construct) {
     return "";
 }
 
+std::string Refused(int error) { return "CreateFileMapping(" + std::to_string(error) + ") error."; }
+
 /// The definition of the array's type, its count and its name, as they stand in a stream.
 std::string StreamOf(const std::string& count, const std::string& name) {
-    return "8487" "9818" + ToHex("ZvSharePrimArray<double>") + "8b5a5643" "a006" "a001" + count + "8487905a76537472696e678b5a5643a002a301000080" +
-           "98" + ToHex(std::string(1, static_cast<char>(name.size()))) + ToHex(name);
+    const std::string type = "84879818" + ToHex("ZvSharePrimArray<double>") + "8b5a5643a006a001";
+    const std::string length(1, static_cast<char>(name.size()));
+    return type + count + "8487905a76537472696e678b5a5643a002a301000080" + "98" + ToHex(length + name);
 }
 
 Doubles$ DecodedFrom(const std::string& hex) { return ReadBack(hex, 1, ZvStreamingContext::TrackObjects)[0]; }
@@ -85,7 +88,7 @@ template <> constexpr size_t Bytes<CG::mat4<double>> = 128;
 TYPED_TEST(EveryElement, BlockHoldsTheBareElements) {
     using Array = ZvSharePrimArray<TypeParam>;
     unsigned char source[3 * Bytes<TypeParam>];
-    for (size_t i = 0; i < sizeof source; ++i) source[i] = std::is_same_v<TypeParam, bool> ? i % 2 : static_cast<unsigned char>(i + 1);
+    for (size_t i = 0; i < sizeof source; ++i) source[i] = static_cast<unsigned char>(std::is_same_v<TypeParam, bool> ? i % 2 : i + 1);
     const Array array(OwnText("elements"), 3, reinterpret_cast<const TypeParam*>(source));
     EXPECT_EQ(array.Count(), 3u);
     const platform::Handle block = platform::SharedMemoryOpen(Own("elements").c_str());
@@ -115,8 +118,9 @@ TYPED_TEST(EveryElement, ClassIsReflectedAndGoesThroughAStream) {
         ReadBack(Written({sent}, ZvStreamingContext::TrackObjects)[0], 1, ZvStreamingContext::TrackObjects)[0];
     ASSERT_NE(received, nullptr);
     EXPECT_EQ(received->Count(), 5u);
-    static_cast<unsigned char*>(received->GetBaseAddress())[5 * sizeof(TypeParam) - 1] = 1;
-    EXPECT_EQ(static_cast<unsigned char*>(ZvHandle<Array, ZvArrayValue$>(sent)->GetBaseAddress())[5 * sizeof(TypeParam) - 1], 1);
+    const auto lastByte = [](const ZvArrayValue$& a) { return static_cast<unsigned char*>(a->GetBaseAddress()) + 5 * sizeof(TypeParam) - 1; };
+    *lastByte(received) = 1;
+    EXPECT_EQ(*lastByte(sent), 1);
 }
 
 TEST(ZvSharePrimArray, NamesAreSpelledAsInFiles) {
@@ -185,21 +189,21 @@ TEST(ZvSharePrimArray, CreationOverAnExistingNameWritesOverIt) {
 }
 
 TEST(ZvSharePrimArray, CountOfZeroRaises) {
-    EXPECT_EQ(Raised([] { Doubles(OwnText("none"), 0, nullptr); }), "CreateFileMapping(" + std::to_string(EINVAL) + ") error.");
-    EXPECT_EQ(Raised([] { Doubles(OwnText("none"), ZvPrimArray<double>()); }), "CreateFileMapping(" + std::to_string(EINVAL) + ") error.");
+    EXPECT_EQ(Raised([] { Doubles(OwnText("none"), 0, nullptr); }), Refused(EINVAL));
+    EXPECT_EQ(Raised([] { Doubles(OwnText("none"), ZvPrimArray<double>()); }), Refused(EINVAL));
 }
 
 TEST(ZvSharePrimArray, MoreElementsThanTheBlockHoldsRaises) {
     const Doubles block(OwnText("small"), 2, nullptr);
-    EXPECT_EQ(Raised([] { Doubles(OwnText("small"), 3, nullptr); }), "CreateFileMapping(" + std::to_string(EOVERFLOW) + ") error.");
+    EXPECT_EQ(Raised([] { Doubles(OwnText("small"), 3, nullptr); }), Refused(EOVERFLOW));
     EXPECT_EQ(Raised([] { ZvSharePrimArray<float>(OwnText("small"), 4, nullptr); }), "");
 }
 
 // The size is cut to 32 bits: what does not fit into what is left is refused, and nothing is overrun.
 TEST(ZvSharePrimArray, FourGigabytesAndMoreAreRefused) {
     const size_t gigabytes4 = size_t(1) << 32;
-    EXPECT_EQ(Raised([=] { Doubles(OwnText("huge"), gigabytes4 / 8, nullptr); }), "CreateFileMapping(" + std::to_string(EINVAL) + ") error.");
-    EXPECT_EQ(Raised([=] { Doubles(OwnText("huge"), gigabytes4 / 8 + 1, nullptr); }), "CreateFileMapping(" + std::to_string(EOVERFLOW) + ") error.");
+    EXPECT_EQ(Raised([=] { Doubles(OwnText("huge"), gigabytes4 / 8, nullptr); }), Refused(EINVAL));
+    EXPECT_EQ(Raised([=] { Doubles(OwnText("huge"), gigabytes4 / 8 + 1, nullptr); }), Refused(EOVERFLOW));
     EXPECT_NE(Raised([] { Doubles(OwnText("huge"), std::numeric_limits<size_t>::max(), nullptr); }), "");
     EXPECT_EQ(platform::SharedMemoryOpen(Own("huge").c_str()), nullptr);
 }

@@ -29,7 +29,8 @@ void Farm::Supervise() {
         m_job.progress.Show();
         for (const auto& place : m_places) place->KillIfOverdue();
         if (Interrupts() != seen) {
-            m_job.progress.Note(seen == 0 ? "interrupted: the tiles under way are finished first (once more: they are not)" : "interrupted again");
+            m_job.progress.Note(seen == 0 ? "interrupted: the tiles under way are finished first (once more: they are not)"
+                                          : "interrupted again");
             m_job.tiles.Stop();
             seen = Interrupts();
         }

@@ -68,18 +68,20 @@ bool Place::Serve(const Tile& tile) {
             return false;
         }
         m_account.sharesMemory = m_worker->SharesMemory();
-        ZvLogPrintf("%9.3f %s is ready; tiles go %s\n", Seconds(), Name().c_str(), m_account.sharesMemory ? "into shared memory" : "through the channel");
+        ZvLogPrintf("%9.3f %s is ready; tiles go %s\n", Seconds(), Name().c_str(),
+                    m_account.sharesMemory ? "into shared memory" : "through the channel");
     }
     long long rays = 0;
     if (!m_worker->Render(tile, m_job.picture, rays)) {
-        Lose("ended in the middle of a tile");
+        Lose("ended without an answer");
         return false;
     }
     ++m_account.tiles;
     m_account.rays += rays;
     m_account.seconds += Seconds() - start;
     m_job.progress.Count(rays);
-    ZvLogPrintf("%9.3f %s rendered %dx%d at %d,%d: %lld rays\n", Seconds(), Name().c_str(), tile.width, tile.height, tile.x, tile.y, rays);
+    ZvLogPrintf("%9.3f %s rendered %dx%d at %d,%d: %lld rays\n", Seconds(), Name().c_str(), tile.width, tile.height, tile.x,
+                tile.y, rays);
     return true;
 }
 

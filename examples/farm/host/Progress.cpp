@@ -8,17 +8,21 @@
 
 namespace farm {
 
-Progress::Progress(const Tiles& tiles) : m_tiles(tiles), m_terminal(zvc::platform::IsTerminal(zvc::platform::StandardStream::Error)), m_start(Seconds()) {}
+namespace platform = zvc::platform;
+
+Progress::Progress(const Tiles& tiles)
+    : m_tiles(tiles), m_terminal(platform::IsTerminal(platform::StandardStream::Error)), m_start(Seconds()) {}
 
 std::string Progress::Line(size_t done) const {
-    const double elapsed = Seconds() - m_start;
-    const double left = done == 0 ? 0 : elapsed / static_cast<double>(done) * static_cast<double>(m_tiles.Count() - done);
-    char line[160];
-    int length = std::snprintf(line, sizeof line, "%3zu %%  %zu of %zu tiles  %.2f million rays a second", done * 100 / m_tiles.Count(), done,
-                               m_tiles.Count(), elapsed > 0 ? static_cast<double>(m_rays) / elapsed / 1e6 : 0);
-    const auto seconds = static_cast<unsigned long>(left + 0.5);
-    if (done != 0) std::snprintf(line + length, sizeof line - static_cast<size_t>(length), "  %lu:%02lu left", seconds / 60, seconds % 60);
-    return line;
+    const double elapsed = Seconds() - m_start, rays = static_cast<double>(m_rays) / 1e6;
+    const size_t count = m_tiles.Count();
+    ZvString line;
+    line.Format("%3zu %%  %zu of %zu tiles  %.2f million rays a second", done * 100 / count, done, count, rays / elapsed);
+    if (done == 0) return line.CStr();
+    const auto left = static_cast<unsigned long>(elapsed / static_cast<double>(done) * static_cast<double>(count - done) + 0.5);
+    ZvString rest;
+    rest.Format("  %lu:%02lu left", left / 60, left % 60);
+    return std::string(line.CStr()) + rest.CStr();
 }
 
 void Progress::Show() {

@@ -42,7 +42,8 @@ bool RemoteRenderer::Activate(const ZvObject$& scene, const Picture& picture, bo
 
 bool RemoteRenderer::Render(const Tile& tile, Picture& picture, long long& rays) {
     ZvObject$ colours, count;
-    if (!Invoke(ZvPrimArray<zvcolor>::s_type, "Render", {Box(tile.x), Box(tile.y), Box(tile.width), Box(tile.height)}, colours)) return false;
+    const std::initializer_list<ZvObject$> place = {Box(tile.x), Box(tile.y), Box(tile.width), Box(tile.height)};
+    if (!Invoke(ZvPrimArray<zvcolor>::s_type, "Render", place, colours)) return false;
     if (!m_sharesMemory && !picture.Put(tile, ValueOf<ZvObject$>(colours))) return false;
     if (!Invoke(ZvPrimitive<long long>::s_type, "TakeRays", {}, count)) return false;
     rays = ValueOf<long long>(count);
@@ -57,7 +58,8 @@ void RemoteRenderer::Stop() {
 
 /// False when there was no answer.
 bool RemoteRenderer::Invoke(ZvType& result, const char* method, std::initializer_list<ZvObject$> arguments, ZvObject$& answer) {
-    const remoting::MethodResponse$ response = m_renderer->Invoke(ZvType$(&result), new ZvString(method), Arguments(arguments), Slot);
+    const remoting::MethodResponse$ response =
+        m_renderer->Invoke(ZvType$(&result), new ZvString(method), Arguments(arguments), Slot);
     if (response) answer = response->GetReturnValue();
     return static_cast<bool>(response);
 }

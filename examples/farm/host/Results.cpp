@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 
 namespace farm {
 
@@ -16,7 +15,9 @@ bool Saved(bool done, const std::string& path, const std::string& what) {
     return done;
 }
 
-std::string SizeOf(const ZvImage$& image) { return std::to_string(image->GetWidth()) + "x" + std::to_string(std::abs(image->GetHeight())); }
+std::string SizeOf(const ZvImage$& image) {
+    return std::to_string(image->GetWidth()) + "x" + std::to_string(std::abs(image->GetHeight()));
+}
 
 }
 
@@ -36,11 +37,11 @@ bool SaveResults(const Options& options, const SceneFile& scene, const Picture& 
     const ZvImage$ image = picture.Develop();
     const int width = std::max(1, scene.width / Smaller), height = std::max(1, scene.height / Smaller);
     const ZvImage$ smaller = image->Resize(width, height, *FilterNamed(options.filter));
-    const std::string large = options.output + ".png", small = options.output + "-small.png", document = options.output + ".zvc.gz";
+    const std::string large = options.output + ".png", small = options.output + "-small.png";
+    const std::string document = options.output + ".zvc.gz";
     bool all = Saved(image->Save(large.c_str(), nullptr), large, SizeOf(image));
     all &= Saved(smaller->Save(small.c_str(), nullptr), small, SizeOf(smaller) + ", " + options.filter + " filter");
-    const bool kept = scene.SaveDocument(document, picture.Colours());
-    all &= Saved(kept, document, kept ? "the scene and its colours, " + std::to_string(std::filesystem::file_size(document)) + " bytes" : "");
+    all &= Saved(scene.SaveDocument(document, picture.Colours()), document, "the scene and its colours");
     return all;
 }
 

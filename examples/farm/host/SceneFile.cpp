@@ -33,15 +33,16 @@ ZvObject$ SceneOfDocument(const std::string& path) {
     const bool isDocument = document && *document->GetType()->GetName() == "farm::Document";
     ZvObject$ scene;
     if (isDocument) scene = ValueOf<ZvObject$>(Call(document, ZvPrimitive<ZvObject$>::s_type, "GetScene"));
-    if (!scene || *scene->GetType()->GetName() != "farm::Scene") throw ZvException((path + ": is no document of a scene").c_str());
+    if (!scene || *scene->GetType()->GetName() != "farm::Scene")
+        throw ZvException((path + ": is no document of a scene").c_str());
     return scene;
 }
 
 }
 
 SceneFile::SceneFile(const Options& options) {
-    scene = IsCompressed(options.scene) ? SceneOfDocument(options.scene)
-                                        : New("farm::Scene", {new ZvString(options.scene.c_str()), new ZvString(options.meshFolder.c_str())});
+    const ZvString$ path = new ZvString(options.scene.c_str()), meshFolder = new ZvString(options.meshFolder.c_str());
+    scene = IsCompressed(options.scene) ? SceneOfDocument(options.scene) : New("farm::Scene", {path, meshFolder});
     Call(scene, ZvVoid::s_type, "SetPicture", {Box(options.width), Box(options.height), Box(options.samples)});
     summary = ValueOf<ZvObject$>(Call(scene, ZvString::s_type, "Summary"));
     width = ValueOf<int>(Call(scene, ZvPrimitive<int>::s_type, "Width"));

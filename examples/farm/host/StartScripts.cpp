@@ -19,9 +19,9 @@ std::string Quoted(const std::string& word) {
 
 /// A folder that nobody else has, and nobody else can look into.
 std::string NewFolder() {
-    const std::filesystem::path start = std::filesystem::temp_directory_path() / ("zvc-farm-" + std::to_string(zvc::platform::CurrentProcessId()));
+    const std::string name = "zvc-farm-" + std::to_string(zvc::platform::CurrentProcessId()) + "-";
     for (int i = 0;; ++i) {
-        const std::filesystem::path folder = start.string() + "-" + std::to_string(i);
+        const std::filesystem::path folder = std::filesystem::temp_directory_path() / (name + std::to_string(i));
         if (!std::filesystem::create_directory(folder)) continue;
         std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
         return folder;

@@ -6,7 +6,8 @@ namespace farm {
 
 Tiles::Tiles(int width, int height, int edge) {
     for (int y = 0; y < height; y += edge)
-        for (int x = 0; x < width; x += edge) m_waiting.push_back({x, y, std::min(edge, width - x), std::min(edge, height - y)});
+        for (int x = 0; x < width; x += edge)
+            m_waiting.push_back({x, y, std::min(edge, width - x), std::min(edge, height - y)});
     m_count = m_waiting.size();
 }
 

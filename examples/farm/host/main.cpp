@@ -30,7 +30,8 @@ void Check(const Options& options) {
 int Render(const Options& options) {
     Check(options);
     const SceneFile scene(options);
-    std::printf("%s: %s, %dx%d pixels, %d samples each\n", options.scene.c_str(), scene.summary->CStr(), scene.width, scene.height, scene.samples);
+    std::printf("%s: %s, %dx%d pixels, %d samples each\n", options.scene.c_str(), scene.summary->CStr(), scene.width,
+                scene.height, scene.samples);
     std::fflush(stdout);
     ZvOpenLog((options.output + ".log").c_str());
     ZvLogPrintf("%9.3f %s: %s, %zu workers\n", Seconds(), options.scene.c_str(), scene.summary->CStr(), options.hosts.size());
@@ -48,7 +49,8 @@ int Render(const Options& options) {
     ZvLogPrintf("%9.3f %zu of %zu tiles, %lld rays\n", Seconds(), tiles.DoneCount(), tiles.Count(), progress.Rays());
     ZvCloseLog();
     if (Interrupts() != 0) return Interrupted;
-    if (!complete) std::fprintf(stderr, "farm: no worker is left, and %zu of %zu tiles are missing\n", tiles.Count() - tiles.DoneCount(), tiles.Count());
+    const size_t missing = tiles.Count() - tiles.DoneCount();
+    if (!complete) std::fprintf(stderr, "farm: no worker is left, and %zu of %zu tiles are missing\n", missing, tiles.Count());
     return complete && saved ? 0 : 1;
 }
 

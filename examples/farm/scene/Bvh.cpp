@@ -42,6 +42,8 @@ Box BoxOf(const Triangle& t) {
     return box;
 }
 
+Vec Times(const Vec& a, const Vec& b) { return {a.x * b.x, a.y * b.y, a.z * b.z}; }
+
 /// Never infinite, for infinity times nothing is no number.
 float Inverse(float x) { return 1 / (std::abs(x) < 1e-20f ? 1e-20f : x); }
 
@@ -105,7 +107,8 @@ private:
         const Division division = Best(first, count, box, centres);
         if (division.axis < 0) return;
         const auto begin = m_bvh.m_order.begin() + first;
-        const auto middle = std::stable_partition(begin, begin + count, [&](uint32_t t) { return division.BinOf(m_centres[t]) < division.bin; });
+        const auto inFirst = [&](uint32_t t) { return division.BinOf(m_centres[t]) < division.bin; };
+        const auto middle = std::stable_partition(begin, begin + count, inFirst);
         const auto half = static_cast<uint32_t>(middle - begin);
         m_bvh.m_nodes[node].count = 0;
         Build(first, half, level + 1);
@@ -162,8 +165,7 @@ template <class Leaf>
 void Bvh::Walk(const Ray& ray, const float& limit, Leaf leaf) const {
     const Vec inverse{Inverse(ray.direction.x), Inverse(ray.direction.y), Inverse(ray.direction.z)};
     const auto entry = [&](const Node& node) {
-        const Vec a{(node.least.x - ray.origin.x) * inverse.x, (node.least.y - ray.origin.y) * inverse.y, (node.least.z - ray.origin.z) * inverse.z};
-        const Vec b{(node.greatest.x - ray.origin.x) * inverse.x, (node.greatest.y - ray.origin.y) * inverse.y, (node.greatest.z - ray.origin.z) * inverse.z};
+        const Vec a = Times(node.least - ray.origin, inverse), b = Times(node.greatest - ray.origin, inverse);
         const float in = std::max({std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z), 0.0f});
         const float out = std::min({std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)});
         return in <= out * 1.000001f && in < limit ? in : Infinity;
@@ -208,7 +210,8 @@ bool Bvh::Blocked(const Ray& ray, float limit) const {
     bool blocked = false;
     Walk(ray, limit, [&](const Node& node) {
         Hit hit;
-        for (uint32_t i = node.first; !blocked && i < node.first + node.count; ++i) blocked = Meets(ray, m_triangles[m_order[i]], limit, hit);
+        for (uint32_t i = node.first; !blocked && i < node.first + node.count; ++i)
+            blocked = Meets(ray, m_triangles[m_order[i]], limit, hit);
         return !blocked;
     });
     return blocked;

@@ -44,11 +44,11 @@ private:
 
     static std::vector<Vec> Points(const Mesh& mesh, const Body& body) {
         std::vector<Vec> points(mesh.m_points->Count());
-        const auto& axes = body.m_axes.m;
+        const auto axis = [&](int row) { return Vec{body.m_axes.m[row][0], body.m_axes.m[row][1], body.m_axes.m[row][2]}; };
+        const Vec x = axis(0), y = axis(1), z = axis(2);
         for (size_t i = 0; i < points.size(); ++i) {
             const Vec p = (*mesh.m_points)[i];
-            points[i] = body.m_position + Vec{axes[0][0], axes[0][1], axes[0][2]} * p.x + Vec{axes[1][0], axes[1][1], axes[1][2]} * p.y +
-                        Vec{axes[2][0], axes[2][1], axes[2][2]} * p.z;
+            points[i] = body.m_position + x * p.x + y * p.y + z * p.z;
         }
         return points;
     }
@@ -86,7 +86,8 @@ View ViewOf(const Scene& scene) {
     if (Length(right) < 1e-6f) right = {1, 0, 0};   // straight up or down
     right = Unit(right);
     const float aspect = static_cast<float>(scene.m_width) / static_cast<float>(scene.m_height);
-    return {scene.m_eye, forward, right * (scene.m_slope * aspect), Cross(right, forward) * scene.m_slope, scene.m_width, scene.m_height};
+    const Vec up = Cross(right, forward);
+    return {scene.m_eye, forward, right * (scene.m_slope * aspect), up * scene.m_slope, scene.m_width, scene.m_height};
 }
 
 }

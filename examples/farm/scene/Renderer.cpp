@@ -3,9 +3,12 @@
 #include "MakeWorld.h"
 #include "Tracer.h"
 
+#include <algorithm>
+
 ZV_DEFINE_CLASS(farm::Renderer, (ZvMarshalByRefObject), ZV_TABLES)
 ZV_FIELDS(farm::Renderer)
-ZV_METHODS(farm::Renderer, ZV_METHOD(Share, "picture", "mark"), ZV_METHOD(Render, "x", "y", "width", "height"), ZV_METHOD(TakeRays))
+ZV_METHODS(farm::Renderer, ZV_METHOD(Share, "picture", "mark"), ZV_METHOD(Render, "x", "y", "width", "height"),
+    ZV_METHOD(TakeRays))
 ZV_CONSTRUCTORS(farm::Renderer, ZV_CONSTRUCTOR(farm::Scene$))
 
 namespace farm {
@@ -26,12 +29,14 @@ const Scene& Present(const Scene$& scene) {
 
 }
 
-Renderer::Renderer(const Scene$& scene) : m_world(MakeWorld(Present(scene))), m_samples(scene->m_samples < 1 ? 1 : scene->m_samples) {}
+Renderer::Renderer(const Scene$& scene) : m_world(MakeWorld(Present(scene))), m_samples(std::max(1, scene->m_samples)) {}
 Renderer::~Renderer() = default;
 
 bool Renderer::Share(const SharedColours$& picture, float mark) {
-    const auto pixels = static_cast<unsigned long long>(m_world.view.width) * static_cast<unsigned long long>(m_world.view.height);
-    const bool here = picture && picture->GetBaseAddress() != nullptr && picture->Count() == pixels + 1 && (*picture)[pixels].r == mark;
+    const View& view = m_world.view;
+    const auto pixels = static_cast<size_t>(view.width) * static_cast<size_t>(view.height);
+    const bool fits = picture && picture->GetBaseAddress() != nullptr && picture->Count() == pixels + 1;
+    const bool here = fits && (*picture)[pixels].r == mark;
     m_picture = here ? picture : SharedColours$();
     return here;
 }
