@@ -215,7 +215,7 @@ const std::vector<zvcolor>& SomeColors() {
 
 void PackOurs(benchmark::State& state) {
     const std::vector<zvcolor>& colors = SomeColors();
-    std::vector<zvpackedcolor> packed(Colors);
+    std::vector<zvpackedcolor> packed(Colors, zvpackedcolor(0, 0, 0, 0));
     std::vector<zvcolor> back(Colors);
     for (auto _ : state) {
         for (size_t i = 0; i < Colors; ++i) packed[i] = zvpackedcolor(colors[i]);
@@ -242,7 +242,7 @@ zvcolor UnpackByLdexp(const zvpackedcolor& p) {
 
 void PackPlain(benchmark::State& state) {
     const std::vector<zvcolor>& colors = SomeColors();
-    std::vector<zvpackedcolor> packed(Colors);
+    std::vector<zvpackedcolor> packed(Colors, zvpackedcolor(0, 0, 0, 0));
     std::vector<zvcolor> back(Colors);
     for (auto _ : state) {
         for (size_t i = 0; i < Colors; ++i) packed[i] = PackByFrexp(colors[i]);

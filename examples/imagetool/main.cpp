@@ -10,7 +10,6 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -46,20 +45,23 @@ struct Failure {
 
 struct NamedFilter {
     const char* name;
-    std::shared_ptr<const ZvFilter> filter;
+    const ZvFilter* filter;
     bool overshoots;
 };
 
 const NamedFilter& FilterNamed(const std::string& name) {
+    static const ZvBoxFilter box;
+    static const ZvTriangleFilter triangle;
+    static const ZvBellFilter bell;
+    static const ZvBSplineFilter bspline;
+    static const ZvLanczos3Filter lanczos3;
+    static const ZvMitchellFilter mitchell;
+    static const ZvCatmullRomFilter catmullrom;
+    static const ZvSincFilter sinc;
     static const NamedFilter filters[] = {
-        {"box", std::make_shared<ZvBoxFilter>(), false},
-        {"triangle", std::make_shared<ZvTriangleFilter>(), false},
-        {"bell", std::make_shared<ZvBellFilter>(), false},
-        {"bspline", std::make_shared<ZvBSplineFilter>(), false},
-        {"lanczos3", std::make_shared<ZvLanczos3Filter>(), true},
-        {"mitchell", std::make_shared<ZvMitchellFilter>(), false},
-        {"catmullrom", std::make_shared<ZvCatmullRomFilter>(), false},
-        {"sinc", std::make_shared<ZvSincFilter>(), true},
+        {"box", &box, false},           {"triangle", &triangle, false}, {"bell", &bell, false},
+        {"bspline", &bspline, false},   {"lanczos3", &lanczos3, true},  {"mitchell", &mitchell, false},
+        {"catmullrom", &catmullrom, false}, {"sinc", &sinc, true},
     };
     for (const NamedFilter& f : filters)
         if (name == f.name) return f;

@@ -2,7 +2,7 @@
 
 #include <zvc/zvc.h>
 
-#include "support/Programs.h"
+#include "support/Program.h"
 #include "zvc/platform/Clock.h"
 #include "zvc/platform/System.h"
 
@@ -80,7 +80,7 @@ private:
     std::atomic<int> m_count{0};
 };
 
-Outcome Case(const std::string& name) { return Execute("timeout 60 " + Beside("concurrency_cases") + " " + name); }
+Outcome Case(const std::string& name) { return RunProgram("timeout 60 " + BesideTests("concurrency_cases") + " " + name); }
 
 }
 
@@ -333,7 +333,7 @@ TEST(TaskScheduler, ExitOfAForkedChildDoesNotWaitForWorkersThatItDoesNotHave) {
 }
 
 TEST(TaskScheduler, AddTaskAndStartTaskAfterTheEndDoNothing) {
-    const Outcome outcome = Execute("timeout 60 " + Beside("after_end_dlopen") + " " + Beside("../lib/libzvc.so.0"));
+    const Outcome outcome = RunProgram("timeout 60 " + BesideTests("after_end_dlopen") + " " + BesideTests("../lib/libzvc.so.0"));
     EXPECT_EQ(outcome.output, "before: 1 piece\nafter: 0 pieces\n");
     EXPECT_EQ(outcome.code, 0);
 }

@@ -1,7 +1,7 @@
 #include <zvc/zvc.h>
 
 #include "support/Killing.h"
-#include "support/Programs.h"
+#include "support/Program.h"
 #include "zvc/platform/Thread.h"
 
 #include <gtest/gtest.h>
@@ -421,7 +421,7 @@ TEST(ZvThread, SleepTakesAtLeastItsTimeAndYieldReturns) {
 }
 
 TEST(ZvThread, StartAnswersFalseWhenTheSystemHasNoThreadToGive) {
-    const Outcome outcome = Execute(Beside("concurrency_cases") + " no_thread");
+    const Outcome outcome = RunProgram(BesideTests("concurrency_cases") + " no_thread");
     EXPECT_EQ(outcome.output, "start 0 handle 0 kept 1 flag 0 alive 0\n");
     EXPECT_EQ(outcome.code, 0);
 }

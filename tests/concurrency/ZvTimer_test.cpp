@@ -120,6 +120,22 @@ TEST(ZvTimer, StopDuringTheDelayEndsTheTimerBeforeItsFirstTick) {
     EXPECT_GE(time.count(), 99);                  // the delay is not cut short
 }
 
+TEST(ZvTimer, StopTakesTheTimersLockAndRunDoesNot) {
+    ZvTimer timer(1, 0);
+    std::atomic<bool> stopped{false};
+    timer.Lock();
+    std::thread stopper([&] {
+        timer.Run();                              // returns, although another thread holds the lock
+        timer.Stop();
+        stopped = true;
+    });
+    ZvThread::Sleep(30);
+    EXPECT_FALSE(stopped);
+    timer.Unlock();
+    stopper.join();
+    EXPECT_TRUE(stopped);
+}
+
 TEST(ZvTimer, StopBeforeRunIsForgotten) {
     Ticker ticker(1, 1, 2);
     ticker.timer.Stop();

@@ -4,7 +4,7 @@
 
 #include <zvc/zvc.h>
 
-#include "support/Programs.h"
+#include "support/Program.h"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ ZvArguments$ OneInt(int value) {
 TEST(StartStop, ProcessWithALoadedPluginEndsWithItsOwnCodeAndTermRunsOnce) {
     char log[] = "/tmp/zvc-life-XXXXXX";
     close(mkstemp(log));
-    const Outcome outcome = Execute(std::string("LIFEPLUG_LOG=") + log + " " + Beside("start_stop"));
+    const Outcome outcome = RunProgram(std::string("env LIFEPLUG_LOG=") + log + " " + BesideTests("start_stop"));
     EXPECT_EQ(outcome.code, 7) << outcome.output;
     EXPECT_EQ(outcome.output, "lifeplug 1\n");
     std::ifstream in(log);
@@ -41,8 +41,8 @@ TEST(StartStop, ProcessWithALoadedPluginEndsWithItsOwnCodeAndTermRunsOnce) {
 }
 
 TEST(StartStop, LibraryLoadsAndClosesAgain) {
-    const std::string library = Beside("../lib/libzvc.so.0");
-    const Outcome outcome = Execute(Beside("host_dlopen") + " " + library + " 20");
+    const std::string library = BesideTests("../lib/libzvc.so.0");
+    const Outcome outcome = RunProgram(BesideTests("host_dlopen") + " " + library + " 20");
     EXPECT_EQ(outcome.output, "loaded and closed\n");
     EXPECT_EQ(outcome.code, 0);
 }
@@ -67,7 +67,7 @@ TEST(ZvPlugin, OneLoadAndOneObjectForOneName) {
     EXPECT_EQ(*a->GetName(), "lifeplug");
     // By its path it is another object, which the table does not take.
     const LeaksAllowed nobodyOwnsIt;
-    ZvPlugin* byPath = ZvSystem::LoadPlugin(new ZvString(Beside("lifeplug.so").c_str()));
+    ZvPlugin* byPath = ZvSystem::LoadPlugin(new ZvString(BesideTests("lifeplug.so").c_str()));
     EXPECT_NE(byPath, a);
     EXPECT_EQ(*byPath->GetName(), "lifeplug");
     EXPECT_EQ(ZvSystem::LoadPlugin(new ZvString("lifeplug")), a);

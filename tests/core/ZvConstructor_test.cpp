@@ -1,6 +1,7 @@
 #include <zvc/zvc.h>
 
 #include "../support/Arguments.h"
+#include "../support/TypeWithHash.h"
 
 #include <gtest/gtest.h>
 
@@ -32,15 +33,6 @@ class DerivedPart : public Part {
 class NoTables : public ZvObject {
     ZV_DECLARE_CLASS(NoTables)
     ZV_DECLARE_CREATE(NoTables)
-};
-
-/// A descriptor with a hash of its own, for computed cases.
-class TypeWithHash : public ZvType {
-public:
-    explicit TypeWithHash(size_t hash) : m_hash(hash) {}
-    size_t GetHashCode() const override { return m_hash; }
-private:
-    size_t m_hash;
 };
 
 }

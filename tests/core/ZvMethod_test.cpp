@@ -2,6 +2,7 @@
 
 #include "../support/Arguments.h"
 #include "../support/Coding.h"
+#include "../support/TypeWithHash.h"
 
 #include <gtest/gtest.h>
 
@@ -137,15 +138,6 @@ ZvValue$ Call(ZvObject* target, const char* name, ZvType* result, ZvArguments$ a
     return answer;
 }
 
-/// A descriptor with a hash of its own, for computed cases.
-class TypeWithHash : public ZvType {
-public:
-    explicit TypeWithHash(size_t hash) : m_hash(hash) {}
-    size_t GetHashCode() const override { return m_hash; }
-private:
-    size_t m_hash;
-};
-
 }
 
 TEST(ZvMethod, IsCalledWithBoxedArguments) {
@@ -158,6 +150,27 @@ TEST(ZvMethod, ConstMethodAndConstReferenceCountAsPlain) {
     EXPECT_EQ(ValueOf<double>(Call(shape.Get(), "Scale", BoxType<double>(), Arguments({Box(1.5)}))), 3.0);
     const auto pivot = ValueOf<CG::vec3<float>>(Call(shape.Get(), "Pivot", BoxType<CG::vec3<float>>(), nullptr));
     EXPECT_EQ(pivot.z, 3.0f);
+}
+
+TEST(ZvMethod, AnswerGoesIntoTheBoxThatStandsThereAndNobodyElseHolds) {
+    Shape$ shape = new Shape;
+    ZvArguments$ args = Arguments({Box(3), Box(4)});
+    ZvMethod$ sum = FindIn(Shape::s_type, "Sum", BoxType<int>(), args);
+    ZvValue$ result;
+    sum->Invoke(shape.Get(), result, args);
+    const ZvValue* first = result.Get();
+    (*args)[0] = Box(5);
+    sum->Invoke(shape.Get(), result, args);
+    EXPECT_EQ(result.Get(), first);
+    EXPECT_EQ(ValueOf<int>(result), 9);
+    const ZvValue$ kept = result;
+    (*args)[0] = Box(6);
+    sum->Invoke(shape.Get(), result, args);
+    EXPECT_EQ(ValueOf<int>(kept), 9);
+    EXPECT_EQ(ValueOf<int>(result), 10);
+    result = new ZvPrimitive<double>(0.5);
+    sum->Invoke(shape.Get(), result, args);
+    EXPECT_EQ(ValueOf<int>(result), 10);
 }
 
 TEST(ZvMethod, WithoutResultAnswersWithNull) {
@@ -380,6 +393,13 @@ TEST(ZvMethod, ParameterNamesOwnerAndClassPlayNoPartInEquality) {
     EXPECT_EQ(a.GetHashCode(), b.GetHashCode());
     EXPECT_EQ(a.GetHashCode(), key.GetHashCode());
     EXPECT_TRUE(!key.ParameterName(0));
+}
+
+TEST(ZvMethod, EmptyOneEqualsAKeyOfNothing) {
+    const ZvMethod empty;
+    const ZvMethod key(nullptr, nullptr, nullptr);
+    EXPECT_TRUE(empty == key);
+    EXPECT_EQ(empty.GetHashCode(), key.GetHashCode());
 }
 
 TEST(ZvMethod, EachPartOfTheSignatureCounts) {

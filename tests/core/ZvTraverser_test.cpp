@@ -26,6 +26,7 @@ public:
     ZvObject$ m_array[2];
     ZvObject* m_raw = nullptr;
     ZvInterface$ m_interface;
+    ZvHandle<Node, ZvObject$> m_typed;
 };
 ZV_DECLARE_HANDLE(Node, ZvObject$);
 
@@ -37,6 +38,25 @@ public:
     ZvObject$ m_own;
 };
 ZV_DECLARE_HANDLE(DerivedNode, Node$);
+
+/// A field of a client's own, which walks from a handle of its own.
+class CopyingField : public ZvFieldPrimitive<ZvObject$> {
+public:
+    using ZvFieldPrimitive<ZvObject$>::ZvFieldPrimitive;
+    ZvObject* Clone() const override { return new CopyingField(*this); }
+    void Traverse(ZvTraverser& traverser, ZvObject$& o) override {
+        ZvObject$ copy = *At(o.Get());
+        traverser.Traverse(copy);
+    }
+};
+
+class CopyingNode : public ZvObject {
+    ZV_DECLARE_CLASS(CopyingNode)
+    ZV_DECLARE_TABLES()
+public:
+    ZvObject$ m_copied;
+};
+ZV_DECLARE_HANDLE(CopyingNode, ZvObject$);
 
 /// Equal by value.
 class Twin : public ZvObject {
@@ -88,13 +108,22 @@ private:
 ZV_DEFINE_CLASS(traverser_test::Node, (ZvObject), .create = &Create, ZV_TABLES)
 ZV_FIELDS(traverser_test::Node,
     ZV_FIELD(m_left), ZV_FIELD(m_id), ZV_FIELD(m_right), ZV_FIELD_NEST(m_nest.hidden), ZV_FIELD_ARRAY(m_array), ZV_FIELD(m_raw),
-    ZV_FIELD(m_interface))
+    ZV_FIELD(m_interface), ZV_FIELD(m_typed))
 ZV_METHODS(traverser_test::Node)
 ZV_CONSTRUCTORS(traverser_test::Node)
 ZV_DEFINE_CLASS(traverser_test::DerivedNode, (traverser_test::Node), .create = &Create, ZV_TABLES)
 ZV_FIELDS(traverser_test::DerivedNode, ZV_FIELD(m_own))
 ZV_METHODS(traverser_test::DerivedNode)
 ZV_CONSTRUCTORS(traverser_test::DerivedNode)
+ZV_DEFINE_CLASS(traverser_test::CopyingNode, (ZvObject), ZV_TABLES)
+ZvFieldMap* traverser_test::CopyingNode::GetFieldMap() {
+    static ZvField* s_table[] = {
+        new CopyingField(&s_type, "m_copied", static_cast<ZvObject$ ZvObject::*>(&CopyingNode::m_copied)), nullptr};
+    static ZvFieldMap s_map(s_table);
+    return &s_map;
+}
+ZV_METHODS(traverser_test::CopyingNode)
+ZV_CONSTRUCTORS(traverser_test::CopyingNode)
 ZV_DEFINE_CLASS(traverser_test::Twin, (ZvObject))
 ZV_DEFINE_CLASS(traverser_test::Album, (ZvObject, ZvIEnumeratable), ZV_TABLES)
 ZV_FIELDS(traverser_test::Album, ZV_FIELD(m_cover))
@@ -151,6 +180,34 @@ TEST(ZvTraverser, TwoEqualObjectsCountAsOne) {
     Recorder recorder;
     recorder.Traverse(root);
     EXPECT_EQ(recorder.m_log, "+1+T-T-1");
+}
+
+TEST(ZvTraverser, EqualObjectsOfAClassWithoutADescriptorOfItsOwnCountAsOne) {
+    class Alike : public Node {
+    public:
+        size_t GetHashCode() const override { return 7; }
+        bool Equals(const ZvObject* other) const override { return dynamic_cast<const Alike*>(other) != nullptr; }
+    };
+    Node$ root = MakeNode(1);
+    root->m_left = new Alike;
+    root->m_right = new Alike;
+    Recorder recorder;
+    recorder.Traverse(root);
+    EXPECT_EQ(recorder.m_log, "+1+0-0-1");
+}
+
+TEST(ZvTraverser, HoldsWhatItHasSeen) {
+    Node$ node = MakeNode(1);
+    ZvObject$ twin = new Twin;
+    node->m_left = twin;
+    {
+        Recorder recorder;
+        recorder.Traverse(node);
+        EXPECT_EQ(node->ReferenceCount(), 2);
+        EXPECT_EQ(twin->ReferenceCount(), 3);
+    }
+    EXPECT_EQ(node->ReferenceCount(), 1);
+    EXPECT_EQ(twin->ReferenceCount(), 2);
 }
 
 TEST(ZvTraverser, ListIsWalkedThroughAndNotEntered) {
@@ -319,16 +376,64 @@ TEST(ZvTraverser, LargeGraphWithCyclesAndSharedParts) {
     for (Node$& node : nodes) node->m_left = node->m_right = nullptr;
 }
 
-TEST(ZvTraverser, GraphTooDeepForTheStackRaises) {
+TEST(ZvTraverser, DeepGraphNeedsNoStack) {
     constexpr int count = 1000000;
     std::vector<Node$> chain;
     chain.reserve(count);
     for (int id = 0; id < count; ++id) {
         chain.push_back(MakeNode(id));
-        if (id != 0) chain[static_cast<size_t>(id) - 1]->m_left = chain.back();
+        if (id == 0) continue;
+        Node$& before = chain[static_cast<size_t>(id) - 1];
+        ZvArrayList$ list = new ZvArrayList;
+        list->Add(chain.back());
+        if (id % 3 == 0) before->m_left = chain.back();
+        if (id % 3 == 1) before->m_typed = chain.back();
+        if (id % 3 == 2) before->m_left = list;
+    }
+    Recorder recorder;
+    recorder.Traverse(chain[0]);
+    ASSERT_EQ(recorder.m_entered.size(), static_cast<size_t>(count));
+    for (size_t id = 0; id < count; ++id) ASSERT_EQ(recorder.m_entered[id], chain[id].Get());
+    for (Node$& node : chain) node->m_left = node->m_typed = nullptr;
+}
+
+TEST(ZvTraverser, MemberOfAHandleClassIsFollowedAndKeepsItsClass) {
+    class Replacer : public Recorder {
+    public:
+        bool OnEnter(ZvObject$& o) override {
+            Recorder::OnEnter(o);
+            if (o.Get() == m_old) o = m_new;
+            return true;
+        }
+        ZvObject* m_old = nullptr;
+        ZvObject$ m_new;
+    };
+    Node$ root = MakeNode(1), child = MakeNode(2), other = MakeNode(3);
+    root->m_typed = child;
+    Replacer replacer;
+    replacer.m_old = child.Get();
+    replacer.m_new = other;
+    replacer.Traverse(root);
+    EXPECT_EQ(replacer.m_log, "+1+2-3-1");
+    EXPECT_EQ(root->m_typed.Get(), other.Get());
+    Replacer another;
+    another.m_old = other.Get();
+    another.m_new = new Twin;
+    another.Traverse(root);
+    EXPECT_EQ(another.m_log, "+1+3-T-1");
+    EXPECT_TRUE(!root->m_typed);
+}
+
+TEST(ZvTraverser, FieldsOfClientsAreCalledAndTooDeepAChainOfThemRaises) {
+    constexpr int count = 1000000;
+    std::vector<CopyingNode$> chain;
+    chain.reserve(count);
+    for (int id = 0; id < count; ++id) {
+        chain.push_back(new CopyingNode);
+        if (id != 0) chain[static_cast<size_t>(id) - 1]->m_copied = chain.back();
     }
     Recorder recorder;
     EXPECT_THROW(recorder.Traverse(chain[0]), ZvException);
     EXPECT_GT(recorder.m_entered.size(), 1000u);
-    for (Node$& node : chain) node->m_left = nullptr;
+    for (CopyingNode$& node : chain) node->m_copied = nullptr;
 }

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -102,6 +106,116 @@ TEST(ZvType, OfTwoEqualNamesTheLaterIsFoundAndEitherEndRemovesThem) {
     EXPECT_EQ(ZvSystem::FindType("TwiceTold"), nullptr);
 }
 
+TEST(ZvType, EndOfTheEarlierOfTwoEqualNamesRemovesTheLatersEntry) {
+    const auto make = [] {
+        return new ZvType("class TwiceMade", 8, 1, nullptr, ZvObject::s_bases, nullptr, nullptr, nullptr, false, typeid(int), nullptr, 1);
+    };
+    ZvType* const first = make();
+    ZvType* const second = make();
+    delete first;
+    EXPECT_EQ(ZvSystem::FindType("TwiceMade"), nullptr);
+    delete second;
+}
+
+TEST(ZvType, RegistryEntryIsSetAndRemovedByName) {
+    ZvType named(ZvString$(new ZvString("Registered by hand")));
+    ZvSystem::RegistType(&named);
+    EXPECT_EQ(ZvSystem::FindType("Registered by hand"), &named);
+    const ZvType other(ZvString$(new ZvString("Registered by hand")));
+    ZvSystem::UnregistType(const_cast<ZvType*>(&other));
+    EXPECT_EQ(ZvSystem::FindType("Registered by hand"), nullptr);
+}
+
+TEST(ZvType, CopyTakesEveryFieldAndIsNotRegistered) {
+    {
+        const ZvType copy(ZvArrayList::s_type);
+        EXPECT_EQ(copy.GetName().Get(), ZvArrayList::s_type.GetName().Get());
+        EXPECT_EQ(copy.GetSchema(), 0x80000001u);
+        EXPECT_EQ(copy.GetBaseCount(), 2u);
+        EXPECT_EQ(copy.GetBases(), ZvArrayList::s_type.GetBases());
+        EXPECT_TRUE(copy.HasCodec());
+        EXPECT_TRUE(copy.TypeID() == typeid(ZvArrayList));
+        EXPECT_EQ(copy.GetModule(), ZvArrayList::s_type.GetModule());
+        EXPECT_EQ(copy.CalcOffset(&ZvIList::s_type), ZvArrayList::s_type.CalcOffset(&ZvIList::s_type));
+        EXPECT_EQ(ZvSystem::FindType("ZvArrayList"), &ZvArrayList::s_type);
+    }
+    EXPECT_EQ(ZvSystem::FindType("ZvArrayList"), &ZvArrayList::s_type);
+    EXPECT_NE(ZvArrayList::s_type.CalcOffset(&ZvIList::s_type), ZvNoOffset);
+}
+
+TEST(ZvType, CreateObjectWithoutAFactoryIsNull) {
+    EXPECT_EQ(ZvPair::s_type.CreateObject(), nullptr);
+    EXPECT_EQ(ZvICollection::s_type.CreateObject(), nullptr);
+    const ZvObject$ made = ZvArrayList::s_type.CreateObject();
+    ASSERT_TRUE(made);
+    EXPECT_EQ(made->ReferenceCount(), 1);
+}
+
+TEST(ZvType, BaseTableOfTheDescriptorIsTheObject) {
+    EXPECT_EQ(ZvType::GetBaseArray(), ZvType::GetBaseArray());
+    EXPECT_EQ(ZvType::GetBaseArray()[0].type, &ZvObject::s_type);
+    EXPECT_EQ(ZvType::GetBaseArray()[0].offset, 0u);
+    EXPECT_EQ(ZvType::GetBaseArray()[1].type, nullptr);
+    const ZvBase entry(&ZvString::s_type, 40);
+    EXPECT_EQ(entry.type, &ZvString::s_type);
+    EXPECT_EQ(entry.offset, 40u);
+}
+
+// Each bit of the class-spec word, and what asks for it.
+TEST(ZvType, BitsOfTheSpecWordHaveTheirAccessors) {
+    for (unsigned int spec : {0x1u, 0x2u, 0x4u, 0x8u, 0x10u, 0x20u, 0x40u, 0x80u, 0x100u, 0x1FFu}) {
+        const ZvType t("class SpecBits", 8, 1, nullptr, ZvObject::s_bases, nullptr, nullptr, nullptr, false, typeid(int), nullptr, spec);
+        EXPECT_EQ(t.GetClassSpec(), spec);
+        EXPECT_EQ(t.IsPrimitive(), (spec & 2) != 0) << spec;
+        EXPECT_EQ(t.IsInterface(), (spec & 8) != 0) << spec;
+        EXPECT_EQ(t.IsMarshalByRef(), (spec & 0x20) != 0) << spec;
+        EXPECT_EQ(t.IsTransparent(), (spec & 0x40) == 0) << spec;
+        EXPECT_EQ(t.IsAsyncNeedDeletion(), (spec & 0x100) != 0) << spec;
+        EXPECT_EQ(t.GetBaseType(), (spec & 8) != 0 ? nullptr : &ZvSuper::s_type) << spec;
+    }
+}
+
+TEST(ZvType, OffsetsAreFoundByManyThreadsAtOnce) {
+    for (int round = 0; round != 50; ++round) {
+        ZvBase bases[] = {ZvBase(&ZvArrayList::s_type, 0), ZvBase(&ZvIDictionary::s_type, 96), ZvBase()};
+        ZvType t("class ManyThreads", 8, 1, nullptr, bases, nullptr, nullptr, nullptr, false, typeid(int), nullptr, 1);
+        std::vector<std::thread> threads;
+        std::vector<size_t> found(4);
+        for (size_t& offset : found) threads.emplace_back([&] { offset = t.CalcOffset(&ZvIDictionary::s_type); });
+        for (std::thread& thread : threads) thread.join();
+        EXPECT_EQ(found, (std::vector<size_t>(4, 96)));
+    }
+}
+
+TEST(ZvModuleState, KeepsItsTypesNewestFirstAndLeavesTheTableAtItsEnd) {
+    {
+        ZvModuleState module("ZvType_test module", nullptr, nullptr);
+        EXPECT_EQ(ZvSystem::FindModule("ZvType_test module"), &module);
+        EXPECT_EQ(module.handle, nullptr);                              // no library has that name
+        EXPECT_EQ(module.types, nullptr);
+        EXPECT_EQ(module.init, nullptr);
+        EXPECT_EQ(module.term, nullptr);
+        EXPECT_FALSE(module.closed);
+        ZvType first("class InModule1", 8, 1, nullptr, ZvObject::s_bases, nullptr, nullptr, nullptr, false, typeid(int), &module, 1);
+        ZvType second("class InModule2", 8, 1, nullptr, ZvObject::s_bases, nullptr, nullptr, nullptr, false, typeid(int), &module, 1);
+        EXPECT_EQ(module.types, &second);
+        EXPECT_EQ(second.NextInModule(), &first);
+        EXPECT_EQ(first.NextInModule(), nullptr);
+        EXPECT_EQ(first.GetModule(), &module);
+    }
+    EXPECT_EQ(ZvSystem::FindModule("ZvType_test module"), nullptr);
+}
+
+TEST(ZvModuleState, IsRegisteredByItsName) {
+    const char name[] = "ZvType_test renamed";
+    ZvModuleState module(name, nullptr, nullptr);
+    EXPECT_EQ(module.name, name);                                       // not copied
+    ZvSystem::UnregistModule(&module);
+    EXPECT_EQ(ZvSystem::FindModule(name), nullptr);
+    ZvSystem::RegistModule(&module);
+    EXPECT_EQ(ZvSystem::FindModule(name), &module);
+}
+
 TEST(ZvType, EmptyDescriptors) {
     const ZvType empty;
     EXPECT_TRUE(!empty.GetName());
@@ -143,39 +257,89 @@ TEST(ZvSystem, FactsOfTheMachine) {
     ZvSystem::SetDllPath("nowhere");
 }
 
-// What each family of classes hands to its descriptor.
+namespace {
+
+struct Stated {
+    unsigned int schema, spec;
+    bool codec;
+    bool operator==(const Stated&) const = default;
+};
+
+bool EndsIn(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+bool BeginsWith(const std::string& text, const std::string& begin) { return text.compare(0, begin.size(), begin) == 0; }
+
+// What the class of that name hands to its descriptor; all that is named nowhere is a plain class.
+Stated Expected(const std::string& name) {
+    static const std::set<std::string> creatable = {
+        "ZvArrayList", "ZvHashSet", "ZvDictionary", "ZvStack", "ZvQueue", "ZvData", "ZvEnum", "ZvImage", "ZvSerializationInfo",
+        "remoting::AsyncTerminator", "remoting::ConstructingCall", "remoting::ConstructingResponse", "remoting::MethodCall",
+        "remoting::MethodResponse", "remoting::Response"};
+    static const std::set<std::string> boxes = {
+        "ZvBoolean", "ZvSByte", "ZvByte", "ZvInt16", "ZvUInt16", "ZvInt32", "ZvUInt32", "ZvInt64", "ZvUInt64", "ZvFloat", "ZvDouble",
+        "ZvVec2i", "ZvVec2f", "ZvVec2d", "ZvVec3i", "ZvVec3f", "ZvVec3d", "ZvVec4i", "ZvVec4f", "ZvVec4d", "ZvMat3f", "ZvMat3d",
+        "ZvMat4f", "ZvMat4d", "ZvRotf", "ZvRotd", "ZvColor", "ZvObjectRef", "ZvObjectPtr", "ZvInterfaceRef", "ZvInterfacePtr"};
+    static const std::set<std::string> interfaces = {"ZvICollection", "ZvIDictionary", "ZvIDictionaryEnumerator", "ZvIEnumeratable",
+                                                     "ZvIEnumerator", "ZvIList",       "ZvISerializable"};
+    // Vectors of these four say that they are arrays, and stay so.
+    static const std::set<std::string> vectorsAsArrays = {"ZvULongVector", "ZvDoubleVector", "ZvVec2fVector", "ZvVec3fVector"};
+    if (creatable.count(name) != 0) return {0x80000001, 1, true};
+    if (name == "ZvString" || name == "ZvVoid") return {0x80000001, 2, true};
+    if (name == "ZvDateTime") return {0x80000002, 2, true};
+    if (name == "ZvMethodRef" || name == "ZvObjRef" || name == "ZvRemoteTypeInfo") return {0x80000001, 0x21, true};
+    if (name == "ZvType") return {0x80000001, 0x21, false};
+    if (name == "ZvMethod") return {0x80000001, 0x30, false};
+    if (name == "ZvConstructor") return {0x80000001, 0x80, false};
+    if (boxes.count(name) != 0) return {1, 2, true};
+    if (EndsIn(name, "Array") || BeginsWith(name, "ZvSharePrimArray<")) return {1, 6, true};
+    if (EndsIn(name, "Vector")) return {1, vectorsAsArrays.count(name) != 0 ? 6u : 1u, true};
+    for (const char* family : {"ZvFieldPrimitive<", "ZvNestFieldPrimitive<", "ZvFieldPrimitiveArray<"})
+        if (BeginsWith(name, family)) return {1, 1, false};
+    if (interfaces.count(name) != 0) return {0, 8, false};
+    return {0x80000001, 1, false};
+}
+
+}
+
 TEST(ZvType, FamiliesStateTheirSchemaSpecAndCodec) {
-    struct Row {
-        const char* name;
-        unsigned int schema, spec;
-        bool codec;
-    };
-    const Row rows[] = {
-        {"ZvObject", 0x80000001, 1, false},      {"ZvSuper", 0x80000001, 1, false},    {"ZvInterface", 0x80000001, 1, false},
-        {"ZvException", 0x80000001, 1, false},   {"ZvField", 0x80000001, 1, false},    {"ZvStream", 0x80000001, 1, false},
-        {"ZvFileStream", 0x80000001, 1, false},  {"ZvCoder", 0x80000001, 1, false},    {"ZvBinaryCoder", 0x80000001, 1, false},
-        {"ZvPair", 0x80000001, 1, false},        {"ZvDictionaryEntry", 0x80000001, 1, false},
-        {"ZvPlugin", 0x80000001, 1, false},      {"ZvArrayList", 0x80000001, 1, true}, {"ZvHashSet", 0x80000001, 1, true},
-        {"ZvDictionary", 0x80000001, 1, true},   {"ZvStack", 0x80000001, 1, true},     {"ZvQueue", 0x80000001, 1, true},
-        {"ZvSerializationInfo", 0x80000001, 1, true}, {"ZvString", 0x80000001, 2, true}, {"ZvVoid", 0x80000001, 2, true},
-        {"ZvType", 0x80000001, 0x21, false},     {"ZvMethod", 0x80000001, 0x30, false}, {"ZvConstructor", 0x80000001, 0x80, false},
-        {"ZvInt32", 1, 2, true},                 {"ZvInt32Array", 1, 6, true},         {"ZvFieldPrimitive<int>", 1, 1, false},
-        {"ZvFieldPrimitive<class ZvObject$>", 1, 1, false}, {"ZvIList", 0, 8, false},  {"ZvICollection", 0, 8, false},
-        {"ZvIDictionary", 0, 8, false},          {"ZvIDictionaryEnumerator", 0, 8, false}, {"ZvIEnumerator", 0, 8, false},
-        {"ZvIEnumeratable", 0, 8, false},        {"ZvISerializable", 0, 8, false},
-    };
-    for (const Row& row : rows) {
-        const ZvType* t = ZvSystem::FindType(row.name);
-        ASSERT_NE(t, nullptr) << row.name;
-        EXPECT_EQ(t->GetSchema(), row.schema) << row.name;
-        EXPECT_EQ(t->GetClassSpec(), row.spec) << row.name;
-        EXPECT_EQ(t->HasCodec(), row.codec) << row.name;
-        EXPECT_STREQ(t->GetModule()->name, "ZVC") << row.name;
+    std::set<std::string> seen;
+    for (const ZvType* t = ZvSystem::FindModule("ZVC")->types; t != nullptr; t = t->NextInModule()) {
+        const std::string name = t->GetName()->CStr();
+        EXPECT_TRUE((Stated{t->GetSchema(), t->GetClassSpec(), t->HasCodec()} == Expected(name))) << name;
+        EXPECT_EQ(ZvSystem::FindType(name.c_str()), t) << name;
+        EXPECT_STREQ(t->GetModule()->name, "ZVC") << name;
+        EXPECT_TRUE(seen.insert(name).second) << name;
     }
-    EXPECT_TRUE(ZvType::s_type.IsMarshalByRef());
-    EXPECT_TRUE(ZvType::s_type.IsTransparent());
-    EXPECT_FALSE(ZvType::s_type.IsAsyncNeedDeletion());
-    EXPECT_TRUE(ZvString::s_type.IsPrimitive());
+    for (const char* name :
+         {"ZvObject", "ZvSuper", "ZvInterface", "ZvStream", "ZvFileStream", "ZvMemoryStream", "ZvCoder", "ZvBinaryCoder", "ZvException",
+          "ZvBadAllocException", "ZvField", "ZvThread", "ZvTimer", "ZvProcess", "ZvChannel", "ZvPlugin", "ZvImgCodec", "ZvEventArgs",
+          "ZvPair", "ZvDictionaryEntry", "ZvArrayList::Enumerator", "remoting::Proxy", "ZvImage", "ZvData", "ZvEnum", "ZvVoid",
+          "ZvDateTime", "ZvObjRef", "ZvMethodRef", "ZvRemoteTypeInfo", "remoting::MethodCall", "remoting::Response", "ZvISerializable",
+          "ZvInt32", "ZvInt32Array", "ZvSharePrimArray<int>", "ZvByteVector", "ZvULongVector", "ZvFieldPrimitive<class ZvObject$>"})
+        EXPECT_EQ(seen.count(name), 1u) << name;
+}
+
+TEST(ZvType, RunTimeTypesAreThoseOfTheElementsInTheValueFamilies) {
+    EXPECT_TRUE(ZvString::s_type.TypeID() == typeid(ZvString));
+    EXPECT_TRUE(ZvVoid::s_type.TypeID() == typeid(void));
+    EXPECT_TRUE(ZvPrimitive<int>::s_type.TypeID() == typeid(int));
+    EXPECT_TRUE(ZvPrimArray<int>::s_type.TypeID() == typeid(int));
+    EXPECT_TRUE(ZvSharePrimArray<int>::s_type.TypeID() == typeid(int));
+    EXPECT_TRUE(ZvVector<int>::s_type.TypeID() == typeid(ZvVector<int>));
+    EXPECT_TRUE(ZvSystem::FindType("ZvFieldPrimitive<int>")->TypeID() == typeid(ZvFieldPrimitive<int>));
+    EXPECT_TRUE(ZvIList::s_type.TypeID() == typeid(ZvIList));
+}
+
+TEST(ZvType, SevenClassesOfTheLibraryHaveReflectionTables) {
+    std::set<std::string> names;
+    for (const ZvType* t = ZvSystem::FindModule("ZVC")->types; t != nullptr; t = t->NextInModule()) {
+        EXPECT_EQ(t->GetFieldMap() != nullptr, t->GetMethodMap() != nullptr);
+        if (t->GetFieldMap() != nullptr) names.insert(t->GetName()->CStr());
+    }
+    EXPECT_EQ(names, (std::set<std::string>{"ZvChannel", "ZvEventArgs", "ZvImgCodec", "ZvPair", "ZvPlugin", "TaskScheduler",
+                                            "remoting::Proxy"}));
 }
 
 // Serialisable by type means constructible by type.
@@ -186,4 +350,19 @@ TEST(ZvType, CodecAndFactoryGoTogetherInTheLibrary) {
         EXPECT_EQ(t->HasCodec(), static_cast<bool>(made)) << t->GetName()->CStr();
     }
     EXPECT_GT(seen, 150);
+}
+
+TEST(ZvType, KnowsWhetherItsObjectsCompareByIdentity) {
+    const auto byIdentity = [](const ZvObject$& o) { return o->GetType()->ComparesByIdentity(o.Get()); };
+    EXPECT_TRUE(byIdentity(new ZvEventArgs));
+    EXPECT_TRUE(byIdentity(new ZvEnum));
+    EXPECT_FALSE(byIdentity(new ZvString));
+    EXPECT_FALSE(byIdentity(new ZvData));
+    EXPECT_FALSE(byIdentity(new ZvArrayList));
+    EXPECT_FALSE(byIdentity(new ZvPrimitive<int>));
+    // Of a class that does not say what it is nothing is known.
+    class Silent : public ZvEventArgs {
+        bool Equals(const ZvObject*) const override { return true; }
+    };
+    EXPECT_FALSE(byIdentity(new Silent));
 }

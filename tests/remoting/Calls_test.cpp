@@ -2,6 +2,8 @@
 
 #include "Support.h"
 
+#include <fstream>
+
 using remoting::ConstructingCall;
 using remoting::MethodCall;
 using remoting::MethodResponse;
@@ -25,16 +27,18 @@ int Sum(const ZvObjRef$& target, int a, int b, unsigned int slot) {
 }
 
 /// Two ends that listen; the second is pumped. The first one's reference on an activated Calc.
-struct Conversation : Pair {
-    explicit Conversation(unsigned int slots = 4) : Pair(slots) {
+template <class Ends>
+struct ConversationOf : Ends {
+    using Ends::a, Ends::b;
+    explicit ConversationOf(unsigned int slots = 4) : Ends(slots) {
         remoting::RemotingConfigulation::RegisterActivatedType(TypeHandle(Calc::s_type));
-        Listen();
+        this->Listen();
         pump = std::thread([this] { Pump(b).Run(); });
         a->Send(new ConstructingCall(TypeHandle(Calc::s_type), Arguments({Box(100)})));
         const remoting::ConstructingResponse$ response = a->GetResponse(0);
         calc = response->CreatedObject();
     }
-    ~Conversation() {
+    ~ConversationOf() {
         a->StopListening();
         pump.join();
         b->StopListening();
@@ -50,6 +54,7 @@ struct Conversation : Pair {
     ZvObjRef$ calc;
     std::vector<Calc$> far;
 };
+using Conversation = ConversationOf<PlainPair>;
 
 }
 
@@ -131,6 +136,53 @@ TEST(Calls, SeveralCallersEachWithASlot) {
     EXPECT_EQ(wrong, 0);
 }
 
+TEST(Calls, AreAnsweredWhereTheListeningThreadAloneReads) {
+    ConversationOf<Pair> c;                                  // a class derived from ZvChannel: its Receive is called there
+    for (int i = 0; i < 200; ++i) ASSERT_EQ(Sum(c.calc, i, 1, 2), 101 + i);
+}
+
+TEST(Calls, PumpThatReadsForItselfFindsTheEndOfASection) {
+    Conversation c;
+    for (int round = 0; round < 20; ++round) {
+        c.a->BeginAsync();
+        std::thread pumping([&] { EXPECT_EQ(Pump(c.a).Run(), Pump::End::Section); });
+        EXPECT_EQ(Sum(c.calc, 1, 1, 0), 102);                // so that this side's listening thread keeps back
+        if (round % 2 == 0) zvc::platform::SleepFor(3);
+        c.a->EndAsync();
+        pumping.join();
+    }
+}
+
+TEST(Calls, NothingIsLeftUnreadWhenNobodyWaits) {
+    PlainPair pair;
+    pair.Listen();
+    pair.a->Send(new Response(1));
+    EXPECT_TRUE(pair.b->GetResponse(1));                     // the listening thread of b keeps back now
+    // More than the pipes hold, in both directions, and nobody takes anything: both come back.
+    const ZvObject$ large = new MethodResponse(2, new ZvPrimArray<int>(500000, nullptr));
+    std::thread other([&] { pair.b->Send(large); });
+    pair.a->Send(large);
+    other.join();
+    EXPECT_TRUE(pair.b->GetResponse(2));
+    EXPECT_TRUE(pair.a->GetResponse(2));
+    pair.Stop();
+}
+
+TEST(Calls, OthersGoOnReadingWhenTheReaderLeaves) {
+    PlainPair pair(8);
+    pair.Listen();
+    pair.a->Send(new Response(0));
+    EXPECT_TRUE(pair.b->GetResponse(0));
+    std::vector<std::thread> waiting;
+    for (unsigned int slot = 0; slot < 8; ++slot) waiting.emplace_back([&, slot] { EXPECT_TRUE(pair.b->GetResponse(slot)); });
+    for (unsigned int slot = 0; slot < 8; ++slot) {
+        zvc::platform::SleepFor(2);
+        pair.a->Send(new Response(slot));
+    }
+    for (std::thread& thread : waiting) thread.join();
+    pair.Stop();
+}
+
 TEST(Calls, ResponseOfAnotherClassGivesNull) {
     Raw raw(8);
     const ZvObjRef$ reference = new ZvObjRef;
@@ -142,6 +194,37 @@ TEST(Calls, ResponseOfAnotherClassGivesNull) {
     raw.channel->Run();
     const ZvObject$ dropped = raw.channel->GetResponse(7);   // taken directly it is what it is
     EXPECT_EQ(dropped->GetType(), &Response::s_type);
+}
+
+namespace {
+
+/// Calls of read and of write that this process has made so far, of whichever kind; waiting is neither.
+struct Transfers {
+    unsigned long long reads = 0, writes = 0;
+};
+Transfers TransfersSoFar() {
+    Transfers transfers;
+    std::ifstream file("/proc/self/io");
+    for (std::string word; file >> word;) {
+        if (word == "syscr:") file >> transfers.reads;
+        if (word == "syscw:") file >> transfers.writes;
+    }
+    return transfers;
+}
+
+}
+
+TEST(Calls, CostTwoWritesAndAtMostFourReads) {
+    if (TransfersSoFar().reads == 0) GTEST_SKIP() << "this kernel does not count";
+    Conversation c;
+    ASSERT_EQ(Sum(c.calc, 1, 1, 0), 102);
+    constexpr unsigned long long Count = 500;
+    const Transfers before = TransfersSoFar();
+    for (unsigned long long i = 0; i < Count; ++i) Sum(c.calc, 1, 1, 0);
+    const Transfers after = TransfersSoFar();                // both ends are in this process
+    constexpr unsigned long long Looking = 10;               // at the counts themselves
+    EXPECT_LE(after.writes - before.writes, 2 * Count);
+    EXPECT_LE(after.reads - before.reads, 4 * Count + Looking);
 }
 
 TEST(Calls, AbandonedChannelAnswersNullAtOnce) {

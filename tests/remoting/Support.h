@@ -70,13 +70,14 @@ inline ZvStream$ Reading(zvc::platform::Handle handle) { return new ZvFileStream
 inline ZvStream$ Writing(zvc::platform::Handle handle) { return new ZvFileStream(handle, ZvFile::Write); }
 
 /// Two ends that talk to each other.
-struct Pair {
-    explicit Pair(unsigned int slots = 4) {
+template <class Channel>
+struct PairOf {
+    explicit PairOf(unsigned int slots = 4) {
         Pipe there, back;
-        a = new OpenChannel(slots, Reading(back.reading), Writing(there.writing));
-        b = new OpenChannel(slots, Reading(there.reading), Writing(back.writing));
+        a = new Channel(slots, Reading(back.reading), Writing(there.writing));
+        b = new Channel(slots, Reading(there.reading), Writing(back.writing));
     }
-    ZvHandle<OpenChannel, ZvChannel$> a, b;
+    ZvHandle<Channel, ZvObject$> a, b;
 
     void Listen() {
         a->StartListening();
@@ -90,6 +91,10 @@ struct Pair {
         EXPECT_FALSE(a->GetMethod());
     }
 };
+
+using Pair = PairOf<OpenChannel>;
+/// As programs have them: threads that wait read for themselves.
+using PlainPair = PairOf<ZvChannel>;
 
 /// One end, and the bare bytes of the other.
 struct Raw {

@@ -2,8 +2,8 @@
 
 #include <zvc/zvc.h>
 
-#include "support/Bytes.h"
 #include "support/Cases.h"
+#include "support/Slots.h"
 #include "support/Temporary.h"
 
 #include <functional>
@@ -390,6 +390,42 @@ TEST(ZvXmlWriter, CreateMakesAWriterThatKeepsItsStream) {
     EXPECT_EQ(stream->ReferenceCount(), 2);
     EXPECT_TRUE(writer->IsKindOf(&ZvXmlWriter::s_type));
     EXPECT_STREQ(ZvXmlWriter::s_type.GetName()->CStr(), "ZvXmlWriter");
+}
+
+TEST(ZvXmlWriter, OperationsStandInTheirSlots) {
+    size_t order = 12;                       // what every class has, in front of the first of its own
+#define NEXT_VALUE(T) EXPECT_EQ(SlotOf(static_cast<void (ZvXmlWriter::*)(T)>(&ZvXmlWriter::WriteValue)), ++order) << #T
+    NEXT_VALUE(const zvcolor&);
+    NEXT_VALUE(const CG::vec3<float>&);
+    NEXT_VALUE(const CG::vec3<double>&);
+    NEXT_VALUE(const CG::vec2<float>&);
+    NEXT_VALUE(const CG::vec2<double>&);
+    NEXT_VALUE(const ZvString$&);
+    NEXT_VALUE(const double&);
+    NEXT_VALUE(const float&);
+    NEXT_VALUE(const unsigned long long&);
+    NEXT_VALUE(const long long&);
+    NEXT_VALUE(unsigned int);
+    NEXT_VALUE(int);
+    NEXT_VALUE(unsigned short);
+    NEXT_VALUE(short);
+    NEXT_VALUE(unsigned char);
+    NEXT_VALUE(bool);
+#undef NEXT_VALUE
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteChars), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteProcessingInstruction), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteDocType), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteStartDocument), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteEndDocument), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteStartElement), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteEndElement), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteElementString), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteStartAttribute), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteEndAttribute), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteAttributeString), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteString), ++order);
+    EXPECT_EQ(SlotOf(&ZvXmlWriter::WriteBase64), ++order);
+    EXPECT_EQ(order, 12u + 29);
 }
 
 TEST(ZvXmlWriter, XmllintAcceptsDocumentsWrittenInOrder) {

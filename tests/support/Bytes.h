@@ -12,8 +12,8 @@ inline std::string FromHex(const std::string& hex) {
 inline std::string ToHex(const std::string& bytes) {
     static const char digits[] = "0123456789abcdef";
     std::string hex;
-    for (const unsigned char c : bytes) {
-        hex.push_back(digits[c >> 4]);
+    for (const char c : bytes) {
+        hex.push_back(digits[static_cast<unsigned char>(c) >> 4]);
         hex.push_back(digits[c & 15]);
     }
     return hex;

@@ -2,6 +2,8 @@
 
 // The computed cases under tests/data/cases, and values, boxes and objects made of them.
 
+#include "Bytes.h"
+
 #include <zvc/zvc.h>
 
 #include <gtest/gtest.h>
@@ -40,21 +42,8 @@ inline const std::vector<Json>& Group(const std::string& file, const std::string
     return found->second;
 }
 
-inline std::string FromHex(const std::string& hex) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
-
-inline std::string ToHex(const std::string& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string hex;
-    for (unsigned char c : bytes) {
-        hex.push_back(digits[c >> 4]);
-        hex.push_back(digits[c & 15]);
-    }
-    return hex;
-}
+using ::FromHex;
+using ::ToHex;
 
 inline uint64_t Hex64(const Json& j) { return std::stoull(j.get<std::string>(), nullptr, 16); }
 

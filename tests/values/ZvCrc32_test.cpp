@@ -34,9 +34,9 @@ TEST(ZvCrc32, ComputedCases) {
 // The definition, one bit after the other.
 TEST(ZvCrc32, EveryLengthAndAlignmentFollowsTheDefinition) {
     std::string bytes;
-    for (int i = 0; i < 200; ++i) bytes.push_back(static_cast<char>(i * 37 + i / 3));
+    for (int i = 0; i < 400; ++i) bytes.push_back(static_cast<char>(i * 37 + i / 3));
     for (size_t start = 0; start < 17; ++start)
-        for (size_t length = 0; start + length <= 100; ++length) {
+        for (size_t length = 0; start + length <= 300; ++length) {
             uint32_t r = ~0u;
             for (size_t i = 0; i < length; ++i) {
                 r ^= static_cast<unsigned char>(bytes[start + i]);

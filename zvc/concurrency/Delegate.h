@@ -119,11 +119,7 @@ public:
     void operator()(Args... args) const {
         Base* const head = m_head;
         if (head == nullptr) return;
-        for (Base* target = head->next; target != nullptr;) {
-            Base* const next = target->next;              // read first: the target may delete itself
-            target->Invoke(static_cast<Same<Args>>(args)...);
-            target = next;
-        }
+        if (head->next != nullptr) [[unlikely]] InvokeBehind(head, static_cast<Same<Args>>(args)...);
         head->Invoke(static_cast<Args&&>(args)...);
     }
 
@@ -131,6 +127,14 @@ public:
     bool operator!() const noexcept { return m_head == nullptr; }
 
 private:
+    static void InvokeBehind(Base* head, Same<Args>... args) {
+        for (Base* target = head->next; target != nullptr;) {
+            Base* const next = target->next;              // read first: the target may delete itself
+            target->Invoke(static_cast<Same<Args>>(args)...);
+            target = next;
+        }
+    }
+
     static Base* CloneChain(const Base* source) {
         Delegate clones;                                  // deletes them when one throws
         for (Base** end = &clones.m_head; source != nullptr; source = source->next) {

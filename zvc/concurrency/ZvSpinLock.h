@@ -11,12 +11,17 @@ class ZV_API ZvSpinLock {
 public:
     /// Returns with the lock held. Deliberately no pause, no back-off and no yield between the tries.
     void Lock() noexcept {
-        uint32_t expected = 0;
-        while (!__atomic_compare_exchange_n(&m_word, &expected, 1u, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST)) expected = 0;
+        while (!Take())
+            while (__atomic_load_n(&m_word, __ATOMIC_RELAXED) != 0) {}       // a try that must fail holds the owner up
     }
 
-    void Unlock() noexcept { __atomic_exchange_n(&m_word, 0u, __ATOMIC_SEQ_CST); }
+    void Unlock() noexcept { __atomic_store_n(&m_word, 0u, __ATOMIC_RELEASE); }
 
 private:
+    bool Take() noexcept {
+        uint32_t free = 0;
+        return __atomic_compare_exchange_n(&m_word, &free, 1u, false, __ATOMIC_SEQ_CST, __ATOMIC_RELAXED);
+    }
+
     uint32_t m_word = 0;                         // 0 free, 1 held
 };

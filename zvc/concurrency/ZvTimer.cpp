@@ -1,6 +1,7 @@
 #include "zvc/concurrency/ZvTimer.h"
 
 #include "zvc/core/ZvObject.h"
+#include "zvc/platform/Clock.h"
 #include "zvc/platform/Event.h"
 #include "zvc/platform/Timer.h"
 
@@ -14,8 +15,8 @@ namespace {
 /// variable that holds the event, so this must not move.
 class ArmedTimer {
 public:
-    ArmedTimer(unsigned int milliseconds, bool periodic) : m_event(EventCreate()) {
-        if (m_event != nullptr) m_timer = TimerStart(milliseconds, periodic, &m_event);
+    ArmedTimer(unsigned int milliseconds, bool periodic) : m_begun(ClockTicks()), m_event(EventCreate()) {
+        if (m_event != nullptr) m_timer = TimerStart(milliseconds, periodic, &m_event, m_begun);
     }
     ~ArmedTimer() {
         TimerStop(m_timer);
@@ -28,6 +29,7 @@ public:
     void WaitForTick() { WaitForHandle(m_event, Infinite); }
 
 private:
+    const uint64_t m_begun;                               // the schedule counts from here: what comes next takes its time
     Handle m_event;
     Handle m_timer = nullptr;
 };
@@ -51,6 +53,7 @@ ZvTimer::~ZvTimer() = default;
 
 void ZvTimer::Run() {
     m_stop = false;
+    const PreciseWaits precise;
     if (m_delay != 0) {
         ArmedTimer timer(m_delay, false);
         if (timer) timer.WaitForTick();                   // deliberately deaf to Stop

@@ -34,11 +34,7 @@ void Signature::AddArguments(const ZvArguments$& args) {
     if (!args) return;
     const unsigned long long count = args->Count();
     m_types.reserve(m_types.size() + count);
-    for (unsigned long long i = 0; i < count; ++i) {
-        ZvObject* argument = (*args)[i].Get();
-        ZvType* type = argument != nullptr ? argument->GetType() : nullptr;
-        Add(type == &ZvType::s_type ? static_cast<ZvType*>(argument) : type);
-    }
+    for (unsigned long long i = 0; i < count; ++i) Add(TypeOf((*args)[i].Get()));
 }
 
 }

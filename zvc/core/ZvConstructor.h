@@ -25,6 +25,11 @@ public:
     /// The parameter types that an argument array states: each argument's type, and of an argument that is a descriptor the
     /// descriptor itself. A null array has none; a null argument states null, which no entry has.
     void AddArguments(const ZvArguments$& args);
+    /// The parameter type that one argument states.
+    static ZvType* TypeOf(ZvObject* argument) {
+        ZvType* type = argument != nullptr ? argument->GetType() : nullptr;
+        return type == &ZvType::s_type ? static_cast<ZvType*>(argument) : type;
+    }
 
     size_t Count() const { return m_types.size(); }
     ZvType* operator[](size_t index) const { return m_types[index]; }

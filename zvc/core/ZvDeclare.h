@@ -13,12 +13,15 @@
 //
 // ZV_DEFINE_CLASS stands at global scope and takes the full name ("studio::Light"): the class's name in the registry
 // and in streams is its source name, the same on every platform. Its options are those of ZvTypeOptions, in order.
-// The field macros stand in ZvFieldMacros.h, those of methods and constructors in ZvMethodMacros.h.
+// The field macros stand in ZvFieldMacros.h, those of methods and constructors in ZvMethodMacros.h; who includes single
+// headers and not zvc.h includes those beside this one.
 
 #include "zvc/core/ZvInterface.h"
 #include "zvc/core/ZvModuleState.h"
 #include "zvc/core/ZvObject.h"
 #include "zvc/core/ZvType.h"
+
+#include <type_traits>
 
 namespace zvc::detail {
 
@@ -35,6 +38,19 @@ template <class Derived, class... Bases>
 struct BaseTable {
     ZvBase entries[sizeof...(Bases) + 1] = {ZvBase(&Bases::s_type, BaseOffset<Derived, Bases>())..., ZvBase()};
 };
+
+/// Whether GetHashCode and Equals of a class are those of ZvObject. No where they cannot be looked at from here.
+template <class X>
+inline constexpr bool ComparesByIdentity = requires {
+    requires std::is_same_v<decltype(&X::GetHashCode), size_t (ZvObject::*)() const>;
+    requires std::is_same_v<decltype(&X::Equals), bool (ZvObject::*)(const ZvObject*) const>;
+};
+
+template <class X>
+ZvTypeOptions OptionsOf(ZvTypeOptions options) {
+    options.identity = ComparesByIdentity<X>;
+    return options;
+}
 
 }
 
@@ -100,7 +116,8 @@ public:                                            \
 #define ZV_DEFINE_CLASS(X, Bases, ...)                                                           \
     ZV_DETAIL_DEFINE_COMMON(X, Bases)                                                            \
     ZV_DETAIL_DEFINE_COUNT(X)                                                                    \
-    ZvType X::s_type("class " #X, sizeof(X), X::GetBases(), typeid(X), ZvThisModule(), ZvTypeOptions{__VA_ARGS__});
+    ZvType X::s_type("class " #X, sizeof(X), X::GetBases(), typeid(X), ZvThisModule(),           \
+                     zvc::detail::OptionsOf<X>(ZvTypeOptions{__VA_ARGS__}));
 
 /// Declares and defines an interface; its descriptor has schema 0 and the interface bit alone.
 #define ZV_DECLARE_INTERFACE(X) ZV_DETAIL_DECLARE_COMMON(X)

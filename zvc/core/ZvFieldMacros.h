@@ -37,7 +37,7 @@ ZV_ELEMENTS_FIELD_ONLY(ZV_DETAIL_DIRECT_FIELD_TYPE)
 /// Root. What comes in passes the checked cast: where a stream, or a box, holds an object of another class, the member
 /// becomes null, so that it never refers to anything but an X.
 template <class Handle, class Root, template <class> class Family>
-class HandleField final : public Family<Root> {
+class HandleField final : public Family<Root>, public TypedHandleField {
     static_assert(sizeof(Handle) == sizeof(Root), "a handle is one pointer and nothing else");
 
 public:
@@ -62,9 +62,8 @@ public:
     }
     void Traverse(ZvTraverser& traverser, ZvObject$& o) override {
         if constexpr (std::is_same_v<Family<Root>, ZvFieldPrimitive<ZvObject$>>) {
-            ZvObject$ visited = *this->At(o.Get());
-            traverser.Traverse(visited);
-            Assign(o.Get(), visited);                  // a visitor may have put another object in its place
+            traverser.Traverse(*this->At(o.Get()));
+            Assign(o.Get(), ZvObject$(*this->At(o.Get())));      // a visitor may have put another object in its place
         }
     }
 

@@ -17,10 +17,12 @@ template <class T>
 constexpr ZvValueType KindOf = std::is_same_v<T, zvcolor> ? ZvVtVec3f : zvc::detail::KindNumber<T>;
 
 template <class T>
-ZvObject$ BoxOf(ZvType* type, const T* member) {
-    ZvObject$ object = type->CreateObject();
-    ZvValue$ box = object;
-    if (box) box->SetValue(member, KindOf<T>, 0);
+ZvObject$ BoxOf(const T* member) {
+    ZvObject$ object = ZvPrimitive<T>::CreateInstance();
+    auto* box = static_cast<ZvPrimitive<T>*>(object.Get());
+    // The box of an interface takes no value of its own kind, and stays empty.
+    if constexpr (zvc::detail::KindNumber<T> != ZvVtInterface)
+        if (box != nullptr) box->value = *member;
     return object;
 }
 
@@ -68,7 +70,7 @@ ZvString$ WithOffset(ZvString$ text, size_t offset) {
         return WithOffset(ZvField::ToString(), static_cast<size_t>(m_offset));                     \
     }                                                                                              \
     template <class T> ZvObject$ Family<T>::GetValue(const ZvObject* o) {                          \
-        return BoxOf(m_valueType, At(o));                                                          \
+        return BoxOf(At(o));                                                          \
     }                                                                                              \
     template <class T> void Family<T>::SetValue(ZvObject* o, const ZvObject$& object) const {      \
         if (ZvValue$ value = ValueOf(object, 1)) *At(o) = ElementOf<T>(value, 0);                  \

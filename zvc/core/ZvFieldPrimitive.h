@@ -16,6 +16,10 @@
 
 namespace zvc::detail {
 
+/// Marks the fields whose Traverse hands a member of some handle class X$ on, and afterwards sees to it that the member holds
+/// an X.
+struct ZV_API TypedHandleField {};
+
 /// The offset behind a pointer to member, which is that offset as a plain number.
 template <class M>
 int32_t OffsetOf(M ZvObject::* member) {

@@ -42,17 +42,46 @@ ZvString$ ZvMethod::ParameterName(int index) const {
 
 void ZvMethod::Invoke(ZvObject*, ZvValue$&, ZvArguments$&) {}
 
+namespace {
+
+bool SameName(const ZvString* a, const ZvString* b) { return a == b || (a != nullptr && b != nullptr && *a == *b); }
+
+size_t HashOfHead(const ZvString* name, const ZvType* result, size_t count) {
+    using namespace zvc::detail;
+    const size_t h = Signature::Fold(SignatureHashStart ^ (name != nullptr ? name->GetHashCode() : 0), result);
+    return (h * SignatureHashPrime) ^ count;
+}
+
+}
+
 bool ZvMethod::operator==(const ZvMethod& other) const {
-    const bool sameName = m_name && other.m_name ? *m_name == *other.m_name : m_name == other.m_name;
-    return sameName && m_types == other.m_types;
+    if (!SameName(m_name.Get(), other.m_name.Get()) || ReturnType() != other.ReturnType() || Count() != other.Count()) return false;
+    for (int i = 0; i < Count(); ++i)
+        if (ParameterType(i) != other.ParameterType(i)) return false;
+    return true;
+}
+
+bool ZvMethod::Matches(const ZvString* name, const ZvType* result, const ZvArguments$& args) const {
+    using zvc::detail::Signature;
+    const size_t count = args ? args->Count() : 0;
+    if (static_cast<size_t>(Count()) != count || ReturnType() != result || !SameName(m_name.Get(), name)) return false;
+    for (size_t i = 0; i < count; ++i)
+        if (ParameterType(static_cast<int>(i)) != Signature::TypeOf((*args)[i].Get())) return false;
+    return true;
 }
 
 size_t ZvMethod::GetHashCode() const {
     using zvc::detail::Signature;
-    size_t h = zvc::detail::SignatureHashStart ^ (m_name ? m_name->GetHashCode() : 0);
-    h = Signature::Fold(h, ReturnType());
-    h = (h * zvc::detail::SignatureHashPrime) ^ static_cast<size_t>(Count());
+    size_t h = HashOfHead(m_name.Get(), ReturnType(), static_cast<size_t>(Count()));
     for (int i = 0; i < Count(); ++i) h = Signature::Fold(h, ParameterType(i));
+    return h;
+}
+
+size_t ZvMethod::HashOf(const ZvString* name, const ZvType* result, const ZvArguments$& args) {
+    using zvc::detail::Signature;
+    const size_t count = args ? args->Count() : 0;
+    size_t h = HashOfHead(name, result, count);
+    for (size_t i = 0; i < count; ++i) h = Signature::Fold(h, Signature::TypeOf((*args)[i].Get()));
     return h;
 }
 

@@ -19,11 +19,15 @@ public:
     ZvObjRef$ CreateObjRef() override;
 
     /// Calls the method of target with the boxed args and puts a box with its answer into result. Here: nothing. Whatever
-    /// the method throws passes.
+    /// the method throws passes. The entries of ZV_METHOD use a box of that kind in result again where nobody else holds it: a
+    /// caller that calls often keeps one handle for the answers.
     virtual void Invoke(ZvObject* target, ZvValue$& result, ZvArguments$& args);
 
     /// The same name, result and parameter types. Parameter names, owner and class play no part.
     bool operator==(const ZvMethod& other) const;
+    /// The same of a search key made of these three, and its hash.
+    bool Matches(const ZvString* name, const ZvType* result, const ZvArguments$& args) const;
+    static size_t HashOf(const ZvString* name, const ZvType* result, const ZvArguments$& args);
     /// From the addresses of the descriptors: valid within one process only.
     size_t GetHashCode() const override;
     bool Equals(const ZvObject* other) const override;

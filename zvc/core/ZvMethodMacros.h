@@ -19,6 +19,7 @@
 
 #include <tuple>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace zvc::detail {
@@ -53,6 +54,22 @@ ZvType* SignatureType() {
         return &ZvPrimitive<P>::s_type;
 }
 
+/// Whether an object is the box of P.
+template <class P>
+bool IsBox(const ZvObject* o) {
+    return typeid(*o) == typeid(ZvPrimitive<P>) || o->GetType() == &ZvPrimitive<P>::s_type;
+}
+
+/// Puts a box with the value into result: a new one, or the one that stands there where nobody else has it.
+template <class P>
+void PutBox(ZvValue$& result, const P& value) {
+    ZvValue* box = result.Get();
+    if (box != nullptr && box->ZvObject::ReferenceCount() == 1 && typeid(*box) == typeid(ZvPrimitive<P>))
+        static_cast<ZvPrimitive<P>*>(box)->value = value;
+    else
+        result = new ZvPrimitive<P>(value);
+}
+
 /// Unpacks one argument. False when it is no such thing.
 template <class P>
 bool Unpack(ZvObject* argument, P& value) {
@@ -61,7 +78,7 @@ bool Unpack(ZvObject* argument, P& value) {
         return argument == nullptr || static_cast<bool>(value);
     } else {
         if (argument == nullptr) return false;
-        if (argument->GetType() == &ZvPrimitive<P>::s_type) {
+        if (IsBox<P>(argument)) {
             value = static_cast<ZvPrimitive<P>*>(argument)->value;
             return true;
         }
@@ -84,10 +101,12 @@ public:
         : ZvMethod(&Target::s_type, name, {SignatureType<Result>(), SignatureType<Parameters>()...}, names), m_method(method) {}
 
     void Invoke(ZvObject* target, ZvValue$& result, ZvArguments$& args) override {
-        result = ZvValue$();
-        if (target == nullptr || !target->IsKindOf(&Target::s_type)) return;
         std::tuple<Plain<Parameters>...> values{};
-        if (!UnpackAll(args, values, std::index_sequence_for<Parameters...>())) return;
+        if (target == nullptr || !target->GetType()->IsDerivedFrom(&Target::s_type) ||
+            !UnpackAll(args, values, std::index_sequence_for<Parameters...>())) {
+            result = ZvValue$();
+            return;
+        }
         std::apply([&](const auto&... value) { Call(static_cast<Target*>(target), result, value...); }, values);
     }
 
@@ -95,12 +114,14 @@ private:
     template <class... Values>
     void Call(Target* target, ZvValue$& result, const Values&... values) {
         using R = Plain<Result>;
-        if constexpr (std::is_void_v<R>)
+        if constexpr (std::is_void_v<R>) {
+            result = ZvValue$();
             (target->*m_method)(values...);
-        else if constexpr (IsClassHandle<R>)
-            result = new ZvPrimitive<ZvObject$>(ZvObject$((target->*m_method)(values...)));
-        else
-            result = new ZvPrimitive<R>((target->*m_method)(values...));
+        } else if constexpr (IsClassHandle<R>) {
+            PutBox<ZvObject$>(result, ZvObject$((target->*m_method)(values...)));
+        } else {
+            PutBox<R>(result, (target->*m_method)(values...));
+        }
     }
 
     Method m_method;

@@ -12,11 +12,9 @@ ZvMonitor::ZvMonitor() = default;
 ZvMonitor::~ZvMonitor() { delete m_record; }
 
 ZvMonitor::WaitRecord* ZvMonitor::EnsureRecord() {
-    m_lock.Enter();
+    zvc::platform::SectionLock lock(m_lock);
     if (m_record == nullptr) m_record = new WaitRecord;
-    WaitRecord* record = m_record;
-    m_lock.Leave();
-    return record;
+    return m_record;
 }
 
 bool ZvMonitor::Wait(unsigned int timeout) {

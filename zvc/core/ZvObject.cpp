@@ -130,14 +130,12 @@ void ZvObject::operator delete(void*, size_t) {}
 void ZvObject::operator delete(void*, void*) noexcept {}
 
 ZvMonitor* ZvObject::MakeMonitor() const {
-    auto& section = ZvSystemState::Get().monitorSection;
-    section.Enter();
+    zvc::platform::SectionLock lock(ZvSystemState::Get().monitorSection);
     ZvMonitor* monitor = m_monitor.load(std::memory_order_relaxed);
     if (monitor == nullptr) {
         monitor = new ZvMonitor;
         m_monitor.store(monitor, std::memory_order_release);
     }
-    section.Leave();
     return monitor;
 }
 

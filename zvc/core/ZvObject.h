@@ -49,7 +49,8 @@ public:
     /// The number of owners.
     long ReferenceCount() const { return m_ref_count.load(); }
 
-    /// One owner more.
+    /// One owner more. The count is only ever changed by atomic additions, also from 0: who takes the first handles of an
+    /// object may be many threads.
     void Retain() { m_ref_count.fetch_add(1); }
 
     /// One owner less; the last one disposes of the object and deletes it.

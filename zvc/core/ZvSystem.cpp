@@ -26,6 +26,8 @@ void* Checked(void* block) {
 
 void* ZvSystem::Malloc(size_t size) { return Checked(std::malloc(size)); }
 
+void* ZvSystem::Realloc(void* block, size_t size) { return Checked(std::realloc(block, size)); }
+
 void ZvSystem::Free(void* block) { std::free(block); }
 
 void* ZvSystem::AlignedMalloc(size_t size, size_t alignment) {

@@ -20,6 +20,10 @@ public:
 
     /// size bytes, never null: exhaustion raises ZvBadAllocException with "bad alloc". Any thread.
     static void* Malloc(size_t size);
+
+    /// A block of Malloc's, or null, at another size; what it held is kept as far as it fits. The old block is gone, unless
+    /// this raises as Malloc does.
+    static void* Realloc(void* block, size_t size);
     static void Free(void* block);
 
     /// The same at a multiple of alignment, a power of two; give it back with AlignedFree.

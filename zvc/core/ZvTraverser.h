@@ -2,6 +2,8 @@
 
 #include "zvc/core/ZvDeclare.h"
 
+#include <memory>
+
 /// Walks the objects that are reachable from one: through fields of object handles, and through everything that can be
 /// enumerated. Each object is visited once; the set of those that were seen compares by Equals, and is never cleared.
 ///
@@ -9,8 +11,8 @@
 /// class asks IsHalted and answers false. It belongs to one thread; the objects are not locked. Exceptions of OnEnter and
 /// OnLeave unwind through the walk.
 ///
-/// The recursion follows the depth of the graph. One that is too deep for the stack ends in a ZvException, as if OnEnter had
-/// raised it.
+/// The depth of the graph costs memory and no stack, but where a field class of a client's own calls Traverse, or OnEnter or
+/// OnLeave does: what becomes too deep for the stack by that ends in a ZvException, as if OnEnter had raised it.
 class ZV_API ZvTraverser {
 public:
     ZvTraverser();
@@ -30,6 +32,10 @@ public:
     bool IsHalted() const { return m_halted; }
 
 private:
-    ZvHashSet$ m_visited;
+    class Seen;
+    class Walk;
+
+    std::shared_ptr<Seen> m_seen;
     bool m_halted = false;
+    ZvObject$** m_caught = nullptr;      // where a field that only tells of its member leaves the handle
 };

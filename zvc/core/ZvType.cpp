@@ -65,14 +65,16 @@ ZvType::ZvType(const char* name, size_t size, unsigned int schema, ZvObject* (*c
 ZvType::ZvType(const char* name, size_t size, ZvBase* bases, const std::type_info& typeInfo, ZvModuleState* module,
                const ZvTypeOptions& options)
     : ZvType(name, size, options.schema, options.create, bases, Call(options.constructors), Call(options.fields),
-             Call(options.methods), options.codec, typeInfo, module, options.spec) {}
+             Call(options.methods), options.codec, typeInfo, module, options.spec) {
+    m_identity = options.identity;
+}
 
 ZvType::ZvType(const ZvType& other)
     : ZvObject(other), m_name(other.m_name), m_size(other.m_size), m_schema(other.m_schema), m_create(other.m_create),
       m_baseCount(other.m_baseCount), m_bases(other.m_bases), m_constructorMap(other.m_constructorMap),
       m_fieldMap(other.m_fieldMap), m_methodMap(other.m_methodMap), m_hasCodec(other.m_hasCodec),
       m_nextInModule(other.m_nextInModule), m_typeInfo(other.m_typeInfo), m_module(other.m_module),
-      m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_compiled(other.m_compiled.load()),
+      m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_identity(other.m_identity), m_compiled(other.m_compiled.load()),
       m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
       m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
     for (unsigned int i = 0; i < LineLength; ++i) m_line[i].store(other.m_line[i].load());
@@ -178,7 +180,13 @@ void ZvType::BuildTable() {
 
 ZvDictionary$ ZvType::GetFields() { return m_fieldCache ? m_fieldCache : CreateFieldCache(); }
 
-ZvField$ ZvType::FindField(const ZvString$& name) { return GetFields()->Find(name); }
+ZvField$ ZvType::FindField(const ZvString$& name) {
+    if (!m_fieldCache) CreateFieldCache();
+    const auto& fields = m_fieldCache->m_table;
+    const auto* entry = fields.FindSame(name.Get());         // most ask by the interned name itself
+    if (entry == nullptr) entry = fields.Find(name);
+    return entry != nullptr ? ZvField$(entry->value) : ZvField$();
+}
 
 ZvDictionary$ ZvType::GetFieldValues(const ZvObject* o) {
     ZvDictionary$ values = new ZvDictionary;
@@ -213,9 +221,15 @@ ZvDictionary$ ZvType::CreateMethodCache() const {
     return cache;
 }
 
+// As the cache would find a key made of the three, but without making one: calls by name are many.
 ZvMethod$ ZvType::Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args) {
-    ZvMethod$ key = new ZvMethod(name, result.Get(), args);
-    return CreateMethodCache()->Find(key);
+    if (!m_methodCache) CreateMethodCache();
+    const auto* entry = m_methodCache->m_table.FindLike(
+        ZvMethod::HashOf(name.Get(), result.Get(), args), [&](const ZvObject* key) {
+            return key != nullptr && key->IsKindOf(&ZvMethod::s_type) &&
+                   static_cast<const ZvMethod*>(key)->Matches(name.Get(), result.Get(), args);
+        });
+    return entry != nullptr ? ZvMethod$(entry->value) : ZvMethod$();
 }
 
 ZvObject* ZvType::Construct(ZvArguments$ args) {

@@ -25,6 +25,7 @@ struct ZvTypeOptions {
     ZvConstructorMap* (*constructors)() = nullptr;
     ZvFieldMap* (*fields)() = nullptr;
     ZvMethodMap* (*methods)() = nullptr;
+    bool identity = false;                            ///< compared by identity; ZV_DEFINE_CLASS finds out by itself
 };
 
 /// Descriptor of a reflected class: one static object per class, made before any user code runs and registered by name.
@@ -91,6 +92,9 @@ public:
     bool IsTransparent() const { return (m_classSpec & SpecOpaque) == 0; }
     bool IsInterface() const { return (m_classSpec & SpecInterface) != 0; }
     bool IsAsyncNeedDeletion() const { return (m_classSpec & SpecAsyncDeletion) != 0; }
+
+    /// Whether o, of this class, compares by identity: nothing overrides GetHashCode and Equals of ZvObject. False in doubt.
+    bool ComparesByIdentity(const ZvObject* o) const { return m_identity && typeid(*o) == *m_typeInfo; }
 
     /// The descriptor behind this one in its module's list, newest first; null at the end.
     ZvType* NextInModule() const { return m_nextInModule; }
@@ -185,6 +189,7 @@ private:
     ZvModuleState* m_module = nullptr;
     unsigned int m_classSpec = 0;
     OffsetMap* m_offsets = nullptr;            // everything Compile found; owned by the descriptor that compiled it
+    bool m_identity = false;
     bool m_registered = false;                 // a working descriptor, not an empty one or a copy
     std::atomic<bool> m_compiled{false};
     mutable std::atomic<unsigned int> m_depth{0};

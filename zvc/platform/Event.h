@@ -20,6 +20,9 @@ struct ZV_API Event {
     /// False when the event was not signalled within timeout milliseconds. Infinite waits without limit.
     bool Wait(uint32_t timeout) noexcept;
 
+    /// The same until the monotonic clock (ClockTicks) shows a number of ticks; all ones waits without limit.
+    bool WaitUntil(uint64_t ticks) noexcept;
+
 private:
     void Wake() noexcept;
 

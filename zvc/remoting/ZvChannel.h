@@ -8,6 +8,7 @@
 
 ZV_DECLARE_HANDLE(ZvChannel, ZvObject$);
 class ZvProcess$;
+struct ZvChannelMailbox;
 
 /// A two-way pipe of objects between a process and the child that it started: the child's standard input and output. Each
 /// direction is one unbroken sequence of what one long-lived binary coder writes; the coder's tags are the only framing, and
@@ -129,6 +130,9 @@ private:
 
     void Leave();
     void Open(unsigned int slots, const ZvStream$& input, const ZvStream$& output);
+    ZvObject$ Take(ZvChannelMailbox& box);
+    void ReadFor(ZvChannelMailbox& box) noexcept;
+    bool ReadOne();
     void Sort(const ZvObject$& message);
     void Listen();
     void JoinListener();

@@ -5,9 +5,10 @@
 #include "zvc/platform/Event.h"
 #include "zvc/platform/Handle.h"
 #include "zvc/remoting/ZvChannel.h"
-#include "zvc/remoting/ZvChannelInput.h"
+#include "zvc/remoting/ZvChannelReading.h"
 #include "zvc/remoting/ZvProcess.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
+#include "zvc/serialization/ZvReadAhead.h"
 #include "zvc/values/ZvQueue.h"
 
 #include <atomic>
@@ -19,18 +20,28 @@ struct ZvChannelMailbox {
     ZvQueue$ queue = new ZvQueue;
     zvc::platform::Event event;
 
+    size_t waiting = 0;                                  // threads that wait for an entry; guarded by the queue's lock
+
     void Post(const ZvObject$& entry);
 
-    /// Waits for an entry and takes it. Null without one once ended is set, and somebody has set the event after it.
-    ZvObject$ Take(const std::atomic<bool>& ended);
+    /// Takes an entry when there is one. With last there is an answer in any case, null without an entry.
+    bool TryTake(ZvObject$& entry, bool last);
+    void BeginWaiting();
+
+    bool IsEmpty() const;
+    /// More threads wait than there are entries.
+    bool IsShort() const;
 };
 
-struct ZvChannel::State final : zvc::detail::ChannelInput::Ending {
+struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
     State();
     ~State();
 
     /// Ends the channel here: transfers under way fail, everyone who waits comes back. Does not wait for them.
     void End() noexcept;
+
+    /// One of those that threads wait for, and have no entry for them; null when there is none.
+    ZvChannelMailbox* FindShort() noexcept;
 
     /// The peer is gone, or is taken for it.
     void PeerLost() noexcept;
@@ -42,9 +53,13 @@ struct ZvChannel::State final : zvc::detail::ChannelInput::Ending {
     ZvProcess$ process;
     ZvStream$ input;
     ZvStream$ output;
-    ZvStream$ reader;                                    // input, with reading ahead
+    zvc::detail::ReadAhead* reader = nullptr;            // input, with reading ahead
+    ZvStream$ incoming;                                  // holds it
+    bool endable = false;                                // the reader's waiting can be ended and interrupted
+    std::atomic<bool> sharesReading{false};              // those who wait may read
     ZvBinaryCoder$ coder;
 
+    ZvChannelReading reading;
     ZvChannelMailbox methods;
     std::vector<ZvChannelMailbox> responses;             // by slot
 

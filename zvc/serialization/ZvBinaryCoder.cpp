@@ -26,7 +26,7 @@ ZvBinaryCoder::ZvBinaryCoder(ZvStreamingContext$ context)
 ZvBinaryCoder::ZvBinaryCoder(const ZvBinaryCoder& other)
     : ZvCoder(other), m_context(other.m_context), m_generator(other.m_generator), m_manager(other.m_manager),
       m_tracksAll(other.m_tracksAll), m_marshals(other.m_marshals), m_writePlans(new Plans(*other.m_writePlans)),
-      m_readPlans(new Plans(*other.m_readPlans)), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
+      m_readPlans(new Plans(*other.m_readPlans)), m_layouts(other.m_layouts), m_versions(other.m_versions), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
 
 ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     if (this == &other) return *this;
@@ -38,6 +38,8 @@ ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     m_marshals = other.m_marshals;
     m_writePlans.reset(new Plans(*other.m_writePlans));
     m_readPlans.reset(new Plans(*other.m_readPlans));
+    m_layouts = other.m_layouts;
+    m_versions = other.m_versions;
     m_tagStack = other.m_tagStack;
     m_level = other.m_level;
     return *this;
@@ -59,7 +61,6 @@ size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
         }
     }
     auto* bytes = static_cast<unsigned char*>(data);
-    std::memset(bytes, 0, size);
     size_t done = 0;
     while (done < size) {
         const long long got = stream->Read(bytes + done, static_cast<long long>(size - done));
@@ -67,6 +68,7 @@ size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
         done += static_cast<size_t>(got);
         if (done < size && stream->Fail()) break;
     }
+    std::memset(bytes + done, 0, size - done);
     return done;
 }
 

@@ -8,6 +8,7 @@
 #include "zvc/serialization/ZvStreamingContext.h"
 
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 namespace zvc::detail {
@@ -50,7 +51,8 @@ public:
     static const unsigned char TagReserve3 = 0xB0;
 
     explicit ZvBinaryCoder(ZvStreamingContext$ context);
-    /// Copies share the context and both object tables: the copy goes on with the same conversation.
+    /// Copies share the context, both object tables and what was learned from the stream: the copy goes on with the same
+    /// conversation.
     ZvBinaryCoder(const ZvBinaryCoder& other);
     ZvBinaryCoder& operator=(const ZvBinaryCoder& other);
     ~ZvBinaryCoder() override;
@@ -112,6 +114,10 @@ public:
 
 private:
     friend struct zvc::detail::RunAccess;
+    struct StoredField;
+    using Layout = std::vector<StoredField>;                             // a stream's layout of a type, in its order
+    using Layouts = std::unordered_map<const ZvType*, Layout>;
+    using Versions = std::unordered_map<const ZvType*, unsigned int>;    // a stream's, where they are not the classes' own
     struct Plan;                 // what the coder knows of a type
     class Plans;                 // plans by type
     enum class Kind : unsigned char { Codec, Serializable, Fields };
@@ -159,6 +165,8 @@ private:
     bool m_marshals;                          // objects that go by reference are replaced by their reference
     std::unique_ptr<Plans> m_writePlans;      // two sets: on a channel one thread writes while another reads
     std::unique_ptr<Plans> m_readPlans;
+    std::shared_ptr<Layouts> m_layouts;       // both made when first needed; from then on copies of the coder share them
+    std::shared_ptr<Versions> m_versions;
     std::vector<unsigned char> m_tagStack;
     unsigned long long m_level = 0;
     zvc::detail::OutputWindow m_out;

@@ -44,13 +44,13 @@ private:
 
 }
 
+struct ZvBinaryCoder::StoredField {
+    ZvField$ field;                  // the field of today with that name and that very type, or null: read and drop
+    ZvType$ type;                    // as the stream declared it
+};
+
 /// What one direction of the coder knows of a type. The kind is the reader's own business: it is not in the stream.
 struct ZvBinaryCoder::Plan {
-    struct StoredField {
-        ZvField$ field;              // the field of today with that name and that very type, or null: read and drop
-        ZvType$ type;                // as the stream declared it
-    };
-
     ZvType* type = nullptr;
     Kind kind = Kind::Codec;
     bool isReference = false;        // derived from ZvObjRef: learns the channel it came through
@@ -58,19 +58,12 @@ struct ZvBinaryCoder::Plan {
     bool hasFields = false;
     std::vector<ZvField$> fields;    // the fields of today, in the order of the class's dictionary
     ZvDictionary$ current;           // the same by name
-    bool hasStored = false;
-    std::vector<StoredField> stored; // the stream's layout, in its order
-    bool hasVersion = false;
-    unsigned int version = 0;        // the stream's, where it is not the class's own
+    const Layout* stored = nullptr;  // once it is known
 };
 
 class ZvBinaryCoder::Plans {
 public:
     Plan& Of(ZvType* type);
-    const Plan* Find(ZvType* type) const {
-        auto found = m_byType.find(type);
-        return found == m_byType.end() ? nullptr : found->second;
-    }
 
     Plans() = default;
     Plans(const Plans& other);

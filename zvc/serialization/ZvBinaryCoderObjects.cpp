@@ -286,7 +286,7 @@ bool ZvBinaryCoder::DecodeLayout(ZvStream$& stream, Plan& plan) {
     LoadFields(plan);
     unsigned int count = 0;
     Read(stream, count);
-    std::vector<Plan::StoredField> stored;         // the count is believed as fast as fields arrive
+    Layout stored;                                 // the count is believed as fast as fields arrive
     for (unsigned int i = 0; i < count; ++i) {
         const ZvString$ name = ZvObject$(DecodeObject(stream));
         if (!name) return false;
@@ -295,10 +295,8 @@ bool ZvBinaryCoder::DecodeLayout(ZvStream$& stream, Plan& plan) {
         if (field && field->Type() != type) field = nullptr;
         stored.push_back({field, ZvType$(type)});
     }
-    if (!plan.hasStored) {
-        plan.stored = std::move(stored);
-        plan.hasStored = true;
-    }
+    if (!m_layouts) m_layouts = std::make_shared<Layouts>();
+    plan.stored = &m_layouts->try_emplace(plan.type, std::move(stored)).first->second;
     return true;
 }
 
@@ -362,9 +360,14 @@ ZvObject* ZvBinaryCoder::DecodeSerializable(ZvStream$& stream, ZvType* type) {
 
 void ZvBinaryCoder::DecodeFields(ZvStream$& stream, ZvObject* object, Plan& plan) {
     // A coder that knows the type from writing it has not read how the other side lays it out.
-    if (!plan.hasStored) RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::DecodeObject");
-    for (size_t i = 0; i < plan.stored.size(); ++i) {
-        const Plan::StoredField& stored = plan.stored[i];
+    if (plan.stored == nullptr && m_layouts) {
+        const auto known = m_layouts->find(plan.type);
+        if (known != m_layouts->end()) plan.stored = &known->second;
+    }
+    if (plan.stored == nullptr) RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::DecodeObject");
+    const Layout& layout = *plan.stored;
+    for (size_t i = 0; i < layout.size(); ++i) {
+        const StoredField& stored = layout[i];
         if (stored.field) {
             stored.field->Decode(stream, this, object);
         } else if (stored.type) {
@@ -377,13 +380,12 @@ void ZvBinaryCoder::DecodeFields(ZvStream$& stream, ZvObject* object, Plan& plan
 // ---- versions -----------------------------------------------------------------------------------------------------------
 
 void ZvBinaryCoder::RegistSchema(ZvType* type, unsigned int version) {
-    Plan& plan = m_readPlans->Of(type);
-    if (plan.hasVersion) return;                   // the first definition wins
-    plan.version = version;
-    plan.hasVersion = true;
+    if (!m_versions) m_versions = std::make_shared<Versions>();
+    m_versions->try_emplace(type, version);        // the first that differs wins
 }
 
 unsigned int ZvBinaryCoder::FindFileVersion(ZvType* type) {
-    const Plan* plan = m_readPlans->Find(type);
-    return plan != nullptr && plan->hasVersion ? plan->version : type->GetSchema() & 0x7FFFFFFF;
+    if (m_versions)
+        if (const auto found = m_versions->find(type); found != m_versions->end()) return found->second;
+    return type->GetSchema() & 0x7FFFFFFF;
 }

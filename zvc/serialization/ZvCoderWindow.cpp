@@ -3,6 +3,7 @@
 #include "zvc/platform/File.h"
 #include "zvc/serialization/ZvFileStream.h"
 #include "zvc/serialization/ZvMemoryStream.h"
+#include "zvc/serialization/ZvReadAhead.h"
 
 #include <algorithm>
 #include <typeinfo>
@@ -66,7 +67,11 @@ void OutputWindow::Settle() {
 bool OutputWindow::PutMore(const void* data, size_t size) {
     if (!m_isFile) return false;
     Settle();
-    if (size > BufferSize) return false;
+    if (size > BufferSize) {
+        m_stream->Write(data, static_cast<long long>(size));      // large blocks need no gathering
+        if (m_stream->Fail()) m_failed = true;
+        return true;
+    }
     std::memcpy(m_next, data, size);
     m_next += size;
     return true;
@@ -80,12 +85,17 @@ void InputWindow::Open(ZvStream* stream) {
     if (auto* memory = Exactly<ZvMemoryStream>(stream)) {
         if (memory->m_cursor >= memory->m_end) return;
         m_cursor = &memory->m_cursor;
-        m_limit = memory->m_end - 1;
+        m_end = memory->m_end - 1;
+        m_stream = stream;
+    } else if (auto* ahead = Exactly<ReadAhead>(stream)) {
+        m_ahead = ahead;
+        m_cursor = &ahead->m_next;
+        m_limit = &ahead->m_limit;
         m_stream = stream;
     } else if (auto* file = Exactly<ZvFileStream>(stream)) {
         if (!file->CanRead() || file->m_window != nullptr || !platform::FileIsRegular(file->m_handle)) return;
         if (!m_buffer) m_buffer.reset(new unsigned char[BufferSize]);
-        m_next = m_limit = m_buffer.get();
+        m_next = m_end = m_buffer.get();
         m_cursor = &m_next;
         m_isFile = true;
         m_stream = stream;
@@ -100,36 +110,39 @@ void InputWindow::Close() {
         static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
     }
     m_stream = nullptr;
+    m_ahead = nullptr;
     m_cursor = &m_next;
-    m_limit = m_next = nullptr;
+    m_limit = &m_end;
+    m_end = m_next = nullptr;
 }
 
 void InputWindow::Settle() {
-    if (!m_isFile || m_next == m_limit) return;
-    const auto unread = static_cast<int64_t>(m_limit - m_next);
-    m_next = m_limit = m_buffer.get();
+    if (!m_isFile || m_next == m_end) return;
+    const auto unread = static_cast<int64_t>(m_end - m_next);
+    m_next = m_end = m_buffer.get();
     const auto handle = static_cast<ZvFileStream*>(m_stream)->m_handle;
     platform::FileSeek64(handle, -unread, 1);
 }
 
 const unsigned char* InputWindow::Fill(size_t size) {
+    if (m_ahead != nullptr) return m_ahead->Gather(size) ? *m_cursor : nullptr;
     if (!m_isFile || size > BufferSize) return nullptr;
-    const auto have = static_cast<size_t>(m_limit - m_next);
+    const auto have = static_cast<size_t>(m_end - m_next);
     unsigned char* const buffer = m_buffer.get();
     std::memmove(buffer, m_next, have);
     m_next = buffer;
-    m_limit = buffer + have;
+    m_end = buffer + have;
     uint32_t got = 0;
-    if (platform::FileRead(static_cast<ZvFileStream*>(m_stream)->m_handle, m_limit, static_cast<uint32_t>(BufferSize - have), &got))
-        m_limit += got;
-    if (static_cast<size_t>(m_limit - m_next) >= size) return m_next;
+    if (platform::FileRead(static_cast<ZvFileStream*>(m_stream)->m_handle, m_end, static_cast<uint32_t>(BufferSize - have), &got))
+        m_end += got;
+    if (static_cast<size_t>(m_end - m_next) >= size) return m_next;
     Settle();                                   // what is left is less than was asked for: the stream itself shows how it ends
     return nullptr;
 }
 
 uint64_t InputWindow::Remaining() const {
     if (m_stream == nullptr) return 0;
-    const auto atHand = static_cast<uint64_t>(m_limit - *m_cursor);
+    const auto atHand = static_cast<uint64_t>(*m_limit - *m_cursor);
     if (!m_isFile) return atHand;
     const auto handle = static_cast<ZvFileStream*>(m_stream)->m_handle;
     const int64_t size = platform::FileSize64(handle);

@@ -5,7 +5,8 @@
 // A window is open on one stream for the span of the coder's outermost call. On exactly a ZvMemoryStream it works on the
 // stream's own cursor, in place. On exactly a ZvFileStream it gathers what is written, and reads ahead; the file stream
 // knows the window and has it settled before any operation of its own, so that whoever looks at the stream meanwhile sees
-// what an unbuffered one would show. All other streams have no window.
+// what an unbuffered one would show. A ReadAhead is such a window of its own: reading works in its buffer. All other streams
+// have none.
 
 #include "zvc/platform/Api.h"
 #include "zvc/serialization/ZvFileWindow.h"
@@ -18,6 +19,8 @@ class ZvStream;
 class ZvStream$;
 
 namespace zvc::detail {
+
+class ReadAhead;
 
 class ZV_API OutputWindow : private FileWindow {
 public:
@@ -81,16 +84,23 @@ public:
 
     /// The next size bytes when they are at hand, else null. Advance moves on.
     const unsigned char* Look(size_t size) {
-        if (static_cast<size_t>(m_limit - *m_cursor) >= size) return *m_cursor;
+        if (static_cast<size_t>(*m_limit - *m_cursor) >= size) return *m_cursor;
         return Fill(size);
+    }
+    /// The same, and how many bytes are at hand there: size or more.
+    const unsigned char* Look(size_t size, size_t& atHand) {
+        const unsigned char* const at = Look(size);
+        atHand = static_cast<size_t>(*m_limit - *m_cursor);
+        return at;
     }
     void Advance(size_t size) { *m_cursor += size; }
 
     /// Bytes that are surely still to come.
     uint64_t Remaining() const;
 
-    /// Large blocks go past the window: settles it, so that the stream itself stands at the next byte.
-    void Bypass() { Settle(); }
+    /// True on a reader of pipes, where waiting for more than is surely still to come could be for ever, and which takes
+    /// large blocks straight to their place.
+    bool IsAhead() const { return m_ahead != nullptr; }
 
 private:
     void Settle() override;
@@ -99,9 +109,11 @@ private:
     ZvStream* m_stream = nullptr;
     unsigned int m_depth = 0;
     bool m_isFile = false;
+    ReadAhead* m_ahead = nullptr;
     unsigned char** m_cursor = &m_next;
-    unsigned char* m_limit = nullptr;
+    unsigned char** m_limit = &m_end;
     unsigned char* m_next = nullptr;
+    unsigned char* m_end = nullptr;
     std::unique_ptr<unsigned char[]> m_buffer;
 };
 

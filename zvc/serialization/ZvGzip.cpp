@@ -28,7 +28,7 @@ void GzipWriter::End::operator()(z_stream_s* z) const {
 }
 
 GzipWriter::GzipWriter(GzipPort& port, int level, int strategy)
-    : m_port(port), m_z(new z_stream{}), m_out(new unsigned char[GzipBlock]) {
+    : m_port(port), m_z(new z_stream{}), m_out(new unsigned char[GzipBlock]), m_held(new unsigned char[GzipBlock]) {
     m_result = deflateInit2(m_z.get(), level, Z_DEFLATED, -MAX_WBITS, 8, strategy);
     m_z->next_out = m_out.get();
     m_z->avail_out = GzipBlock;
@@ -62,29 +62,16 @@ long long GzipWriter::Compress(const unsigned char* data, long long count) {
     return done;
 }
 
-void GzipWriter::Hold(const unsigned char* data, long long count) {
-    if (!m_held) m_held.reset(new unsigned char[GzipBlock]);
-    std::memcpy(m_held.get() + m_heldCount, data, static_cast<size_t>(count));
-    m_heldCount += count;
-    m_position += static_cast<uint32_t>(count);
-}
-
 bool GzipWriter::Drain() {
     const long long count = m_heldCount;
     m_heldCount = 0;
     return count == 0 || Compress(m_held.get(), count) == count;
 }
 
-long long GzipWriter::Write(const void* data, long long count) {
-    if (m_result != Z_OK || count <= 0) return 0;
-    const auto* bytes = static_cast<const unsigned char*>(data);
-    if (count > GzipBlock - m_heldCount && !Drain()) return 0;
-    if (count < GzipBlock) {
-        Hold(bytes, count);
-        return count;
-    }
-    if (!Drain()) return 0;
-    const long long done = Compress(bytes, count);
+long long GzipWriter::WriteMore(const void* data, long long count) {
+    if (m_result != Z_OK || count <= 0 || !Drain()) return 0;
+    if (count < GzipBlock) return Hold(data, count);
+    const long long done = Compress(static_cast<const unsigned char*>(data), count);
     m_position += static_cast<uint32_t>(done);
     return done;
 }
@@ -254,7 +241,7 @@ size_t GzipReader::Inflate(unsigned char* to, size_t room) {
 /// Some bytes, at least one; none when m_next is no longer Z_OK.
 size_t GzipReader::Produce(unsigned char* to, size_t room) { return m_transparent ? Copy(to, room) : Inflate(to, room); }
 
-long long GzipReader::Read(void* buffer, long long count) {
+long long GzipReader::ReadMore(void* buffer, long long count) {
     if (Broken()) return -1;
     auto* to = static_cast<unsigned char*>(buffer);
     long long done = 0;

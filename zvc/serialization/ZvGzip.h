@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 struct z_stream_s;
@@ -31,7 +32,10 @@ public:
     ~GzipWriter();
 
     /// The bytes taken: fewer than count after a failure.
-    long long Write(const void* data, long long count);
+    long long Write(const void* data, long long count) {
+        if (count > 0 && count <= GzipBlock - m_heldCount && m_result == 0) return Hold(data, count);
+        return WriteMore(data, count);
+    }
     /// Compresses what is there by one of zlib's flush modes and hands all that comes of it to the port. 0, or the failure.
     int Flush(int mode);
     /// Checksum and length, behind a Flush with Z_FINISH.
@@ -45,7 +49,13 @@ private:
     struct End {
         void operator()(z_stream_s* z) const;
     };
-    void Hold(const unsigned char* data, long long count);
+    long long Hold(const void* data, long long count) {
+        std::memcpy(m_held.get() + m_heldCount, data, static_cast<size_t>(count));
+        m_heldCount += count;
+        m_position += static_cast<uint32_t>(count);
+        return count;
+    }
+    long long WriteMore(const void* data, long long count);
     bool Drain();
     long long Compress(const unsigned char* data, long long count);
     bool WriteOut();
@@ -68,7 +78,14 @@ public:
     ~GzipReader();
 
     /// The bytes read; fewer than count at the end or in front of a failure; -1 behind one.
-    long long Read(void* buffer, long long count);
+    long long Read(void* buffer, long long count) {
+        const size_t size = static_cast<size_t>(count);
+        if (count <= 0 || size >= m_outEnd - m_outBegin) return ReadMore(buffer, count);
+        std::memcpy(buffer, m_out.get() + m_outBegin, size);
+        m_outBegin += size;
+        m_position += static_cast<uint32_t>(size);
+        return count;
+    }
     /// Moves and gives the position in uncompressed bytes, 32 bits wide; -1 where that is refused or cannot be.
     long long Seek(long long offset, int origin);
     /// zlib's result behind the bytes that Read has given: 0, 1 at the end, negative after a failure.
@@ -80,6 +97,7 @@ private:
     struct End {
         void operator()(z_stream_s* z) const;
     };
+    long long ReadMore(void* buffer, long long count);
     size_t Fetch(unsigned char* to, size_t size);
     int Byte();
     uint32_t Long();

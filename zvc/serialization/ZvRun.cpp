@@ -19,6 +19,7 @@ struct RunAccess {
     }
     static OutputWindow& Out(ZvBinaryCoder& coder) { return coder.m_out; }
     static InputWindow& In(ZvBinaryCoder& coder) { return coder.m_in; }
+    static size_t Take(ZvBinaryCoder& coder, ZvStream$& stream, void* data, size_t size) { return coder.Take(stream, data, size); }
     static bool TagIsPushed(const ZvBinaryCoder& coder) { return !coder.m_tagStack.empty(); }
 };
 
@@ -71,19 +72,22 @@ size_t PutIntegers(OutputWindow& out, const S* values, size_t count) {
     return done;
 }
 
-/// Reads forms as far as the bytes at hand surely hold them. Answers how many elements are done.
+/// Reads forms as far as they are at hand. Answers how many elements are done.
 template <class S>
 size_t TakeIntegers(InputWindow& in, S* values, size_t count) {
     size_t done = 0;
     while (done < count) {
         constexpr size_t BlockElements = 512;
-        constexpr size_t Longest = 9;
+        constexpr size_t Shortest = 2;              // no more may be waited for: a message ends with the last element
+        constexpr size_t Longest = 9;               // and no more is looked at
         const size_t n = std::min(count - done, BlockElements);
-        const unsigned char* const start = in.Look(n * Longest);
-        if (start == nullptr) break;
+        size_t atHand = 0;
+        const unsigned char* const start = in.Look(n * Shortest, atHand);
+        if (start == nullptr || atHand < Longest) break;
+        const unsigned char* const last = start + (atHand - Longest);
         const unsigned char* at = start;
         size_t i = 0;
-        for (; i < n; ++i) {
+        for (; i < n && at <= last; ++i) {
             const unsigned int k = static_cast<unsigned int>(at[0]) - FirstInteger;
             if (k >= sizeof(S)) break;             // a tag that this width refuses: the coder itself says so
             uint64_t bits;
@@ -93,7 +97,7 @@ size_t TakeIntegers(InputWindow& in, S* values, size_t count) {
         }
         in.Advance(static_cast<size_t>(at - start));
         done += i;
-        if (i < n) break;
+        if (i == 0) break;
     }
     return done;
 }
@@ -114,7 +118,7 @@ size_t WriteAtOnce(ZvBinaryCoder& coder, const T* values, size_t count) {
 }
 
 template <class T>
-size_t ReadAtOnce(ZvBinaryCoder& coder, T* values, size_t count) {
+size_t ReadAtOnce(ZvBinaryCoder& coder, ZvStream$& stream, T* values, size_t count) {
     if (RunAccess::TagIsPushed(coder)) return 0;
     InputWindow& in = RunAccess::In(coder);
     if constexpr (IsRaw<T>) {
@@ -124,6 +128,8 @@ size_t ReadAtOnce(ZvBinaryCoder& coder, T* values, size_t count) {
             in.Advance(count * sizeof(T));
             return count;
         }
+        // From a pipe straight to its place.
+        if (in.IsAhead()) return RunAccess::Take(coder, stream, values, count * sizeof(T)) / sizeof(T);
         size_t done = 0;
         while (done < count) {
             const size_t n = std::min(count - done, Block);
@@ -173,7 +179,7 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
     if (count == 0) return;
     if (ZvBinaryCoder* own = RunAccess::Exactly(coder)) {
         InputScope scope(RunAccess::In(*own), stream);
-        if (RunAccess::In(*own).IsOn(stream.Get())) done = ReadAtOnce(*own, values, count);
+        if (RunAccess::In(*own).IsOn(stream.Get())) done = ReadAtOnce(*own, stream, values, count);
         Arrival arrival(stream);
         for (; done < count; ++done) {
             own->Read(stream, values[done]);
@@ -181,6 +187,7 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
         }
         return;
     }
+    if constexpr (IsRaw<T> || std::is_integral_v<ScalarOf<T>>) std::memset(static_cast<void*>(values), 0, count * sizeof(T));
     Arrival arrival(stream);
     for (; done < count; ++done) {
         coder->Read(stream, values[done]);

@@ -13,7 +13,8 @@ namespace zvc::detail {
 template <class T>
 void WriteRun(ZvStream$& stream, ZvCoder* coder, const T* values, size_t count);
 
-/// Reads count elements in order, in place. done counts them, so that it tells how many had arrived when one raises.
+/// Reads count elements in order, in place, into memory that holds none yet; handles must be null before. done counts them, so
+/// that it tells how many had arrived when one raises. Where a coder of somebody else leaves an element alone it is zero.
 template <class T>
 void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t& done);
 

@@ -45,18 +45,21 @@ ZvString$ Components(double x, double y, double z) {
     return text;
 }
 
-// Characters that escaping leaves alone, and that are the same byte in every code page: neither the markup characters nor
-// the places of ASCII that some pages give to another character.
-constexpr auto Plain = [] {
-    std::array<bool, 256> plain{};
-    for (size_t c = 0x20; c < 0x7E; ++c) plain[c] = c != '"' && c != '&' && c != '<' && c != '>' && c != '\\';
-    plain['\t'] = plain['\n'] = plain['\r'] = true;
-    return plain;
+enum Kind : unsigned char { Plain, Markup, Foreign };
+
+// Plain: escaping leaves it alone, and it is the same byte in every code page. Foreign: what is not ASCII, and the places of
+// ASCII that some pages give to another character.
+constexpr auto Kinds = [] {
+    std::array<Kind, 256> kinds{};
+    for (size_t c = 0; c < kinds.size(); ++c) kinds[c] = c >= 0x7E || c == '\\' ? Foreign : Plain;
+    for (const char c : {'"', '&', '<', '>'}) kinds[static_cast<unsigned char>(c)] = Markup;
+    return kinds;
 }();
 
-bool IsPlain(const char* text) {
-    while (Plain[static_cast<unsigned char>(*text)]) ++text;
-    return *text == '\0';
+Kind KindOf(const char* text) {
+    unsigned char kinds = Plain;
+    for (; *text != '\0'; ++text) kinds |= Kinds[static_cast<unsigned char>(*text)];
+    return kinds >= Foreign ? Foreign : static_cast<Kind>(kinds);
 }
 
 }
@@ -213,12 +216,14 @@ void ZvXmlWriter::WriteValue(const CG::vec3<double>& value) { WriteString(Compon
 void ZvXmlWriter::WriteValue(const CG::vec2<float>& value) { WriteString(Components(value.x, value.y)); }
 void ZvXmlWriter::WriteValue(const CG::vec2<double>& value) { WriteString(Components(value.x, value.y)); }
 
+// Asking the system for its code page takes longer than all the rest, and most texts need not know it.
 void ZvXmlWriter::WriteValue(const ZvString$& value) {
     if (!value) return;
-    if (IsPlain(value->CStr()))
-        WriteString(value);
-    else
-        WriteString(value->XmlEscape()->ConvertToUtf8());
+    switch (KindOf(value->CStr())) {
+        case Plain: WriteString(value); break;
+        case Markup: WriteString(value->XmlEscape()); break;
+        case Foreign: WriteString(value->XmlEscape()->ConvertToUtf8()); break;
+    }
 }
 
 void ZvXmlWriter::WriteValue(const double& value) { WriteString(Number(value)); }

@@ -116,8 +116,9 @@ long long ZvZipStream::GetFileLength() { return 0; }
 
 long long ZvZipStream::Write(const void* buffer, long long count) {
     if (!m_file || !m_file->writer) return Note(Z_STREAM_ERROR);
-    const long long done = m_file->writer->Write(buffer, count);
-    Note(m_file->writer->Result());
+    zvc::detail::GzipWriter& writer = *m_file->writer;
+    const long long done = writer.Write(buffer, count);
+    if (done != count) Note(writer.Result());
     return done;
 }
 

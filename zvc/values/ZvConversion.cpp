@@ -51,9 +51,6 @@ To Convert(From value) {
     }
 }
 
-/// A stored bool is a byte; any byte may be there.
-bool IsTrue(unsigned char byte) { return byte != 0; }
-
 template <class From>
 bool ToBool(From value) {
     if constexpr (std::is_floating_point_v<From>)
@@ -95,7 +92,7 @@ bool SetScalar(T& target, const void* source, ZvValueType type) {
         using From = std::remove_pointer_t<decltype(tag)>;
         if constexpr (std::is_same_v<T, bool>) {
             if constexpr (std::is_same_v<From, bool>)
-                target = IsTrue(Load<unsigned char>(source));
+                std::memcpy(&target, source, 1);     // whatever byte stands there: meant so
             else
                 target = ToBool(Load<From>(source));
         } else if constexpr (sizeof(T) == 1 && std::is_integral_v<From>) {

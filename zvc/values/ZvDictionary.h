@@ -50,6 +50,7 @@ public:
     class Enumerator;
 
 private:
+    friend class ZvType;                         // whose caches are dictionaries
     zvc::detail::HashTable m_table;
 };
 

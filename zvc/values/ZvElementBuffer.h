@@ -12,13 +12,23 @@
 
 namespace zvc::detail {
 
+template <class T>
+size_t BytesOf(unsigned long long count) {
+    constexpr size_t everything = ~size_t(0);
+    return count > everything / sizeof(T) ? everything : static_cast<size_t>(count) * sizeof(T);
+}
+
 /// Memory for count elements, indeterminate, to be given back with ZvSystem::Free. A size that overflows is asked for as
 /// all ones, so that the allocator refuses it. Raises as ZvSystem::Malloc does.
 template <class T>
 T* AllocateElements(unsigned long long count) {
-    constexpr size_t everything = ~size_t(0);
-    const size_t bytes = count > everything / sizeof(T) ? everything : static_cast<size_t>(count) * sizeof(T);
-    return static_cast<T*>(ZvSystem::Malloc(bytes));
+    return static_cast<T*>(ZvSystem::Malloc(BytesOf<T>(count)));
+}
+
+/// The same memory for more elements, moved as bytes where it must move: large blocks are not copied for it.
+template <class T>
+T* ReallocateElements(T* elements, unsigned long long count) {
+    return static_cast<T*>(ZvSystem::Realloc(static_cast<void*>(elements), BytesOf<T>(count)));
 }
 
 /// Moves elements as bytes; handles move like that, too.
@@ -39,17 +49,5 @@ inline constexpr size_t LeastStreamBytes =
     std::is_floating_point_v<typename Shape<T>::Scalar> ? sizeof(T)
     : std::is_integral_v<typename Shape<T>::Scalar> && !std::is_same_v<T, bool> ? 2 * static_cast<size_t>(Shape<T>::count)
                                                                                 : 1;
-
-/// Reads the next count elements of a run into memory that holds none yet; count is what RoomFor granted behind arrived
-/// elements. Handles must be null before. done counts what has come, also when the coder raises.
-///
-/// A coder of somebody else may leave an element alone: it is zero then. Beyond a first step so much is granted only
-/// where the stream surely holds it; such a run is not cleared first, for it is the one that takes time.
-template <class T>
-void ReadStep(ZvStream$& stream, ZvCoder* coder, T* target, size_t arrived, size_t count, size_t& done) {
-    constexpr size_t FirstStep = 64 * 1024 + 1;
-    if (arrived != 0 || count <= FirstStep) ClearElements(target, count);
-    ReadRun(stream, coder, target, count, done);
-}
 
 }

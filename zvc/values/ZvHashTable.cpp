@@ -96,11 +96,13 @@ HashTable& HashTable::operator=(const HashTable& other) {
     return *this;
 }
 
+uint32_t HashTable::NumberOf(size_t hash) { return Mix(static_cast<uint32_t>(hash) ^ 0xDEADBEEF); }
+
 HashTable::Probe HashTable::ProbeFor(ZvObject* key) {
     if (key == nullptr) return {nullptr, Mix(0), true};
     const bool isPlain = IsExactlyString(key);
     const size_t hash = isPlain ? ZvString::Hash(TextOf(key)) : key->GetHashCode();
-    return {key, Mix(static_cast<uint32_t>(hash) ^ 0xDEADBEEF), isPlain};
+    return {key, NumberOf(hash), isPlain};
 }
 
 // Of two plain keys with the same number.

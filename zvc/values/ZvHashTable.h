@@ -42,6 +42,26 @@ public:
     const Link* First() const { return m_end.next; }
 
     Node* Find(const ZvObject$& key) const { return FindIn(ProbeFor(key.Get())); }
+    /// The entry with this very object as its key, where a look at each of few entries tells it; null does not say that there is
+    /// none.
+    const Node* FindSame(const ZvObject* key) const {
+        if (m_count > 16) return nullptr;
+        for (const Link* at = m_end.next; at != &m_end; at = at->next) {
+            const auto* node = static_cast<const Node*>(at);
+            if (node->key.Get() == key) return node;
+        }
+        return nullptr;
+    }
+    /// What Find gives for a key with this hash, where matches(stored key) tells what the keys would answer each other.
+    template <class Matches>
+    const Node* FindLike(size_t hash, Matches matches) const {
+        const Node* node = m_runs[BucketOf(NumberOf(hash))].first;
+        for (; node != nullptr; node = static_cast<const Node*>(node->next)) {
+            if (matches(node->key.Get())) return node;
+            if (node->endsRun) return nullptr;
+        }
+        return nullptr;
+    }
     /// The entry of key, and whether it was made now with the value.
     Node* Insert(const ZvObject$& key, const ZvObject$& value, bool& inserted);
     bool Erase(const ZvObject$& key);
@@ -87,6 +107,7 @@ private:
     };
     using Runs = std::vector<Run, zvc::platform::LargeAllocator<Run>>;
 
+    static uint32_t NumberOf(size_t hash);
     static Probe ProbeFor(ZvObject* key);
     static bool SamePlain(const ZvObject* stored, const ZvObject* key);
     size_t BucketOf(uint32_t number) const { return number & (m_runs.size() - 1); }

@@ -39,11 +39,8 @@ struct Arriving {
     ~Arriving() { FreeBuffer(buffer, room); }
 
     void Grow(unsigned long long newRoom) {
-        T* larger = AllocateElements<T>(newRoom);
-        CopyElements(larger, buffer, room);
-        if constexpr (IsHandle<T>) ClearElements(larger + room, newRoom - room);
-        ZvSystem::Free(static_cast<void*>(buffer));
-        buffer = larger;
+        buffer = zvc::detail::ReallocateElements(buffer, newRoom);
+        if constexpr (IsHandle<T>) ClearElements(buffer + room, newRoom - room);
         room = newRoom;
     }
 };
@@ -114,7 +111,7 @@ void ZvPrimArray<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
         const size_t step = zvc::detail::RoomFor(stream, coder, zvc::detail::LeastStreamBytes<T>, arrived, stored - arrived);
         incoming.Grow(arrived + step);
         size_t done = 0;
-        zvc::detail::ReadStep(stream, coder, incoming.buffer + arrived, arrived, step, done);
+        zvc::detail::ReadRun(stream, coder, incoming.buffer + arrived, step, done);
     }
     std::swap(count, incoming.room);
     std::swap(data, incoming.buffer);

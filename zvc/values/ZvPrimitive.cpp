@@ -7,6 +7,7 @@
 #include "zvc/values/ZvVoid.h"
 
 #include <bit>
+#include <cstring>
 #include <new>
 #include <sstream>
 #include <type_traits>
@@ -63,10 +64,17 @@ uint64_t HashElement(T e) {
         return zvc::detail::TruncateToU64(e);
 }
 
+/// The byte of a bool: a caller's may be there, which is neither 0 nor 1.
+unsigned char ByteOf(const bool& v) {
+    unsigned char byte;
+    std::memcpy(&byte, &v, sizeof byte);
+    return byte;
+}
+
 template <class T>
 size_t HashOf(const T& v) {
     if constexpr (std::is_same_v<T, bool>) {
-        return v ? 1231 : 1237;
+        return ByteOf(v) != 0 ? 1231 : 1237;
     } else if constexpr (std::is_same_v<T, float>) {
         return std::bit_cast<uint32_t>(v);
     } else if constexpr (std::is_same_v<T, long long>) {
@@ -100,6 +108,8 @@ template <class T>
 bool EqualValues(const T& a, const T& b) {
     if constexpr (std::is_floating_point_v<T>) {
         return !(a < b) && !(a > b);
+    } else if constexpr (std::is_same_v<T, bool>) {
+        return ByteOf(a) == ByteOf(b);
     } else if constexpr (IsComposite<T>) {
         for (int i = 0; i < Shape<T>::count; ++i)
             if (Elements(a)[i] < Elements(b)[i] || Elements(a)[i] > Elements(b)[i]) return false;
@@ -173,6 +183,8 @@ ZvString$ ZvPrimitive<T>::ToString() const {
         return nullptr;
     } else if constexpr (IsReference<T>) {
         return value->ToString();
+    } else if constexpr (std::is_same_v<T, bool>) {
+        return new ZvString(ByteOf(value) != 0 ? "1" : "0");
     } else {
         std::ostringstream out;
         for (int i = 0; i < Shape<T>::count; ++i) {
@@ -184,7 +196,14 @@ ZvString$ ZvPrimitive<T>::ToString() const {
     }
 }
 
-template <class T> void ZvPrimitive<T>::Encode(ZvStream$& stream, ZvCoder* coder) const { coder->Write(stream, value); }
+template <class T>
+void ZvPrimitive<T>::Encode(ZvStream$& stream, ZvCoder* coder) const {
+    if constexpr (std::is_same_v<T, bool>)
+        coder->Write(stream, ByteOf(value) != 0);
+    else
+        coder->Write(stream, value);
+}
+
 template <class T> void ZvPrimitive<T>::Decode(ZvStream$& stream, ZvCoder* coder) { coder->Read(stream, value); }
 
 template <class T>

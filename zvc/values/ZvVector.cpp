@@ -167,10 +167,10 @@ unsigned long long ZvVector<T>::CapacityAfterAdding(unsigned long long count) co
 
 /// Reads step elements behind the last. What had come when the coder raises has been appended.
 template <class T>
-void ZvVector<T>::AppendStep(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t step) {
+void ZvVector<T>::AppendStep(ZvStream$& stream, ZvCoder* coder, size_t step) {
     size_t done = 0;
     try {
-        zvc::detail::ReadStep(stream, coder, last, arrived, step, done);
+        zvc::detail::ReadRun(stream, coder, last, step, done);
     } catch (...) {
         last += done;
         throw;
@@ -189,7 +189,7 @@ void ZvVector<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
         const unsigned long long needed = Count() + step;
         const bool isLastStep = arrived + step == stored;
         if (needed > Capacity()) Reallocate(isLastStep ? capacity : needed);
-        AppendStep(stream, coder, arrived, step);
+        AppendStep(stream, coder, step);
         arrived += step;
     }
     if (Capacity() < capacity) Reallocate(capacity);

@@ -93,7 +93,7 @@ private:
     void AddGrowing(const T& value);
     void GrowFor(unsigned long long needed);
     void Reallocate(unsigned long long capacity);
-    void AppendStep(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t step);
+    void AppendStep(ZvStream$& stream, ZvCoder* coder, size_t step);
     unsigned long long CapacityAfterAdding(unsigned long long count) const;
 
     T* first = nullptr;

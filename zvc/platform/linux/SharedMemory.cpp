@@ -4,6 +4,7 @@
 #include "zvc/platform/linux/Object.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <new>
@@ -55,47 +56,96 @@ struct Name {
     }
 };
 
-/// An attached segment whose header was looked at, once: others can write to it.
+/// A segment that this process has attached, once for all who hold it: while it is attached its name means this block, and
+/// pages that were touched stay mapped for the next one. Its header was looked at once, for others can write to it.
 struct Attachment {
-    void* segment = nullptr;
-    void* block = nullptr;
-    size_t size = 0;
+    void* const segment;
+    void* const block;
+    const size_t size;
+    const size_t nameLength;
+    char* const nameText;
+    uint32_t holders = 1;                               // guarded by the section, as the list is
+    Attachment* next = nullptr;
+
+    bool Is(const Name& name) const noexcept {
+        return nameLength == name.length && std::memcmp(nameText, name.text, nameLength) == 0;
+    }
 };
 
-class SharedMemoryObject;
 CriticalSection s_section;
-SharedMemoryObject* s_first = nullptr;                  // all of this process
+Attachment* s_first = nullptr;                          // all of this process
 
 // A fork copies the section as it stands: nobody may hold it at that moment but the thread that goes on in the child.
 void BeforeFork() { s_section.Enter(); }
 void AfterFork() { s_section.Leave(); }
 [[maybe_unused]] const int s_forks = pthread_atfork(BeforeFork, AfterFork, AfterFork);
 
+/// Takes over the segment; null when there is no memory for its record, and it is detached then.
+Attachment* Keep(void* segment, size_t size, const Name& name) noexcept {
+    void* const memory = std::malloc(sizeof(Attachment) + name.length);
+    if (memory == nullptr) {
+        shmdt(segment);
+        errno = ENOMEM;
+        return nullptr;
+    }
+    char* const text = static_cast<char*>(memory) + sizeof(Attachment);
+    std::memcpy(text, name.text, name.length);
+    auto* const made = new (memory) Attachment{segment, static_cast<char*>(segment) + name.HeaderSize(), size, name.length, text};
+    SectionLock lock(s_section);
+    made->next = s_first;
+    s_first = made;
+    return made;
+}
+
+Attachment* Held(const Name& name) noexcept {
+    SectionLock lock(s_section);
+    for (Attachment* a = s_first; a != nullptr; a = a->next)
+        if (a->Is(name)) {
+            ++a->holders;
+            return a;
+        }
+    return nullptr;
+}
+
+void Drop(Attachment* attachment) noexcept {
+    {
+        SectionLock lock(s_section);
+        if (--attachment->holders != 0) return;
+        Attachment** link = &s_first;
+        while (*link != attachment) link = &(*link)->next;
+        *link = attachment->next;
+    }
+    shmdt(attachment->segment);
+    std::free(attachment);
+}
+
+class SharedMemoryObject;
+SharedMemoryObject* s_firstObject = nullptr;            // guarded by the section
+
 /// Handle and views hold an attachment together.
 class SharedMemoryObject final : public Object {
 public:
-    explicit SharedMemoryObject(const Attachment& attachment) noexcept
-        : Object(ObjectKind::SharedMemory), m_attachment(attachment) {
+    explicit SharedMemoryObject(Attachment* attachment) noexcept : Object(ObjectKind::SharedMemory), m_attachment(attachment) {
         SectionLock lock(s_section);
-        m_next = s_first;
-        s_first = this;
+        m_next = s_firstObject;
+        s_firstObject = this;
     }
     static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::SharedMemory; }
-    size_t Size() const noexcept { return m_attachment.size; }
+    size_t Size() const noexcept { return m_attachment->size; }
 
     void* Map() noexcept {
         Region region;
         SectionLock lock(s_section);
         ++m_views;
         Retain();
-        return m_attachment.block;
+        return m_attachment->block;
     }
 
-    /// The object of a view, which is one less now; null for an address that is no view.
+    /// An object that has the view, which is one less now; null for an address that is no view.
     static SharedMemoryObject* EndView(const void* view) noexcept {
         SectionLock lock(s_section);
-        for (SharedMemoryObject* o = s_first; o != nullptr; o = o->m_next)
-            if (o->m_attachment.block == view && o->m_views != 0) {
+        for (SharedMemoryObject* o = s_firstObject; o != nullptr; o = o->m_next)
+            if (o->m_attachment->block == view && o->m_views != 0) {
                 --o->m_views;
                 return o;
             }
@@ -106,36 +156,37 @@ private:
     ~SharedMemoryObject() override {
         {
             SectionLock lock(s_section);
-            SharedMemoryObject** link = &s_first;
+            SharedMemoryObject** link = &s_firstObject;
             while (*link != this) link = &(*link)->m_next;
             *link = m_next;
         }
-        shmdt(m_attachment.segment);
+        Drop(m_attachment);
     }
 
-    const Attachment m_attachment;
+    Attachment* const m_attachment;
     uint32_t m_views = 0;
     SharedMemoryObject* m_next = nullptr;
 };
 
-/// Attaches to a segment; an empty answer when it is gone, or is not the block of that name.
-Attachment AttachIfNamed(int id, size_t bytes, const Name& name) noexcept {
+/// Attaches to a segment; null when it is gone, or is not the block of that name.
+Attachment* AttachIfNamed(int id, size_t bytes, const Name& name) noexcept {
     void* const at = shmat(id, nullptr, 0);
-    if (at == Nowhere) return {};
+    if (at == Nowhere) return nullptr;
     const auto* header = static_cast<const Header*>(at);
     const size_t room = bytes - name.HeaderSize();
     const uint64_t size = header->size;
     if (header->magic == Magic && header->nameLength == name.length && size <= room &&
         std::memcmp(header->name, name.text, name.length) == 0)
-        return {at, static_cast<char*>(at) + name.HeaderSize(), static_cast<size_t>(size)};
+        return Keep(at, static_cast<size_t>(size), name);
     shmdt(at);
-    return {};
+    return nullptr;
 }
 
-/// The attached segment of a name, or nothing. Segments come and go meanwhile, but one that was there before and still is
-/// has kept its place.
-Attachment Find(const Name& name) noexcept {
-    if (name.length == 0) return {};
+/// The attached segment of a name, or null. Segments come and go meanwhile, but one that was there before and still is has
+/// kept its place.
+Attachment* Find(const Name& name) noexcept {
+    if (name.length == 0) return nullptr;
+    if (Attachment* const held = Held(name)) return held;
     const size_t tag = name.Tag();
     shm_info info{};
     shmid_ds segment{};
@@ -144,10 +195,9 @@ Attachment Find(const Name& name) noexcept {
         const int id = shmctl(i, SHM_STAT, &segment);
         if (id < 0 || segment.shm_perm.uid != geteuid() || (segment.shm_perm.mode & SHM_DEST) == 0) continue;
         if (segment.shm_segsz % PageSize != tag || segment.shm_segsz <= name.HeaderSize()) continue;
-        const Attachment found = AttachIfNamed(id, segment.shm_segsz, name);
-        if (found.segment != nullptr) return found;
+        if (Attachment* const found = AttachIfNamed(id, segment.shm_segsz, name)) return found;
     }
-    return {};
+    return nullptr;
 }
 
 /// One maker at a time, among all processes: two of one name must come to one block. The lock goes with its holder.
@@ -180,10 +230,10 @@ int NewSegment(size_t bytes) noexcept {
     return shmget(IPC_PRIVATE, bytes, 0600);             // another user's: the key is only a help
 }
 
-/// Attached, named and marked; empty with the error number in errno.
-Attachment Make(const Name& name, uint32_t size) noexcept {
+/// Attached, named and marked; null with the error number in errno.
+Attachment* Make(const Name& name, uint32_t size) noexcept {
     const int id = NewSegment(name.HeaderSize() + ToPages(size) + name.Tag());
-    if (id < 0) return {};
+    if (id < 0) return nullptr;
     void* const at = shmat(id, nullptr, 0);
     const int error = errno;
     if (at != Nowhere) {
@@ -194,22 +244,22 @@ Attachment Make(const Name& name, uint32_t size) noexcept {
         std::memcpy(header->name, name.text, name.length);
     }
     shmctl(id, IPC_RMID, nullptr);
-    if (at != Nowhere) return {at, static_cast<char*>(at) + name.HeaderSize(), size};
+    if (at != Nowhere) return Keep(at, size, name);
     errno = error;
-    return {};
+    return nullptr;
 }
 
-Attachment FindOrMake(const Name& name, uint32_t size) noexcept {
+Attachment* FindOrMake(const Name& name, uint32_t size) noexcept {
     const MakerLock lock;
-    const Attachment found = Find(name);
-    return found.segment != nullptr ? found : Make(name, size);
+    Attachment* const found = Find(name);
+    return found != nullptr ? found : Make(name, size);
 }
 
 /// Null, with the error number in errno, when there is no attachment or no room for a handle.
-Handle Enter(const Attachment& attachment) noexcept {
-    if (attachment.segment == nullptr) return nullptr;
+Handle Enter(Attachment* attachment) noexcept {
+    if (attachment == nullptr) return nullptr;
     auto* object = new (std::nothrow) SharedMemoryObject(attachment);
-    if (object == nullptr) shmdt(attachment.segment);
+    if (object == nullptr) Drop(attachment);
     const Handle handle = object == nullptr ? nullptr : EnterObject(object);
     if (handle != nullptr) return handle;
     if (object != nullptr) object->Release();

@@ -1,3 +1,4 @@
+#include "zvc/platform/Clock.h"
 #include "zvc/platform/CriticalSection.h"
 #include "zvc/platform/Event.h"
 #include "zvc/platform/Semaphore.h"
@@ -103,11 +104,15 @@ void Event::Pulse() noexcept {
 }
 
 bool Event::Wait(uint32_t timeout) noexcept {
+    if (timeout == 0) return (__atomic_load_n(&m_word, __ATOMIC_SEQ_CST) & 1) != 0;
+    return WaitUntil(timeout == Infinite ? ~uint64_t(0) : ClockTicks() + timeout * uint64_t(1000000));
+}
+
+bool Event::WaitUntil(uint64_t ticks) noexcept {
     const uint32_t seen = __atomic_load_n(&m_word, __ATOMIC_SEQ_CST);
     if ((seen & 1) != 0) return true;
-    if (timeout == 0) return false;
-    timespec at;
-    const timespec* deadline = Deadline(timeout, at);
+    const timespec at{static_cast<time_t>(ticks / 1000000000), static_cast<long>(ticks % 1000000000)};
+    const timespec* deadline = ticks == ~uint64_t(0) ? nullptr : &at;
     __atomic_fetch_add(&m_waiters, 1u, __ATOMIC_SEQ_CST);
     bool signalled = false;
     for (bool late = false; !signalled && !late;) {

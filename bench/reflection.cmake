@@ -1,0 +1,6 @@
+find_package(Qt5Core REQUIRED)
+find_package(ZLIB REQUIRED)
+find_library(ZVC_RTTR rttr_core REQUIRED)
+set_target_properties(zvc_bench_reflection PROPERTIES AUTOMOC ON)
+target_compile_definitions(zvc_bench_reflection PRIVATE QT_NO_KEYWORDS)
+target_link_libraries(zvc_bench_reflection PRIVATE Qt5::Core ZLIB::ZLIB ${ZVC_RTTR})
