@@ -45,10 +45,10 @@ for other in two three value again; do cmp one.png "$other.png"; cmp one-small.p
 "$farm" -w 2 -n 200 -o long scene.farm >/dev/null
 
 echo "== a worker that is killed, and one that hangs: nothing is missing"
-for how in "KILL 2" "STOP 1"; do
-    read -r signal count <<<"$how"
+for how in "KILL 2 60" "STOP 1 8"; do
+    read -r signal count patience <<<"$how"
     rm -f lost.log lost.png
-    "$farm" -w "$count" -n 200 -t 8 -p 3 -o lost scene.farm >table 2>err &
+    "$farm" -w "$count" -n 200 -t 8 -p "$patience" -o lost scene.farm >table 2>err &
     host=$!
     when_tiles lost 5
     workers=$(children $host)

@@ -3,6 +3,7 @@
 #include "zvc/imaging/ZvImage.h"
 
 #include "../modules/TestCodec.h"
+#include "../support/Codecs.h"
 #include "../support/Folder.h"
 
 #include <gtest/gtest.h>
@@ -57,7 +58,7 @@ ZvImgCodec$ Made(ZvStream$& stream, const char* extension) {
 /// A registry with codecs of the test's own alone: "tape" for decoding, and one encoder each for the four formats.
 class Tapes {
 public:
-    Tapes() : m_root(ZvImgCodec::s_root), m_longest(ZvImgCodec::s_max_signature_length) {
+    Tapes() : m_root(LoadedCodecs()), m_longest(ZvImgCodec::s_max_signature_length) {
         s_seen = {};
         for (ZvCodecType* type : {&m_tape, &m_bmp, &m_jpg, &m_png, &m_tif}) ZvCodecRegister entry(type);
     }

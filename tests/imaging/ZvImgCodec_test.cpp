@@ -1,6 +1,7 @@
 #include <zvc/zvc.h>
 
 #include "../modules/TestCodec.h"
+#include "../support/Codecs.h"
 #include "../support/Folder.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +34,7 @@ ZvCodecType Type(const char** signatures, const char* extensions, ZvCodecType::C
 /// The registry as it was, after a test that adds to it.
 class Registry {
 public:
-    Registry() : m_root(ZvImgCodec::s_root), m_longest(ZvImgCodec::s_max_signature_length) {}
+    Registry() : m_root(LoadedCodecs()), m_longest(ZvImgCodec::s_max_signature_length) {}
     ~Registry() {
         ZvImgCodec::s_root = m_root;
         ZvImgCodec::s_max_signature_length = m_longest;
