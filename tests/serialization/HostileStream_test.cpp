@@ -2,9 +2,11 @@
 
 #include "support/Graph.h"
 #include "support/Leaks.h"
+#include "support/Temporary.h"
 
 #include <sys/resource.h>
 
+#include <sstream>
 #include <thread>
 
 using namespace cases;
@@ -35,6 +37,11 @@ std::string NewObject(const std::string& type, unsigned char spec, const std::st
     bytes += type + FromHex("8b5a5643");
     bytes += FromHex("a0") + static_cast<char>(spec) + schema + content;
     return bytes;
+}
+
+void Member(std::stringstream& to, const std::string& content) {
+    const ZvStream$ zip = ZvIStdIOZipStream::Create(to, ZvIStdIOZipStream::OpenWrite);
+    zip->Write(content.data(), static_cast<long long>(content.size()));
 }
 
 long PeakMemoryMiB() {
@@ -81,6 +88,40 @@ TEST(HostileStream, CountsAreBelievedAsElementsArrive) {
     EXPECT_EQ(CauseOf(NewObject("ZvFloatVector", 1, exact, huge), 0), ZvCoderException::StreamFailed);
     // A field-driven type with four thousand million fields.
     EXPECT_EQ(CauseOf(FromHex("84878a50748b417070a001a3ffffffff"), 0), ZvCoderException::BadTag);
+    EXPECT_LT(PeakMemoryMiB() - before, 64);
+}
+
+TEST(HostileStream, CountsOfRawNumbersAreBelievedAsTheyArriveOnAnyStream) {
+    const std::string exact = FromHex("a001"), huge = FromHex("a3ffffffff");
+    const TemporaryFolder folder;
+    const std::string path = folder.File("file");
+    const long before = PeakMemoryMiB();
+    for (const char* name : {"ZvFloatArray", "ZvVec3fArray", "ZvMat4dArray", "ZvDoubleVector"}) {
+        const bool isVector = std::string(name) == "ZvDoubleVector";
+        const std::string bytes = NewObject(name, isVector ? 1 : 6, exact, huge + "12345678");
+        SetContent(path, bytes);
+        std::stringstream text(bytes), packed;
+        Member(packed, bytes);
+        std::vector<char> room(bytes.begin(), bytes.end());
+        room.push_back('\0');
+        ZvStream* const str = new ZvStrStream(room.data(), static_cast<long long>(room.size()), 0);
+        str->Seekp(static_cast<long long>(bytes.size()), ZvStream::Begin);
+        ZvStream* const streams[] = {new ZvStdIOStream(text),
+                                     str,
+                                     new ZvFileStream(path.c_str(), ZvFile::Read, ZvFile::Open),
+                                     new ZvStdFILEStream(path.c_str(), "rb"),
+                                     new ZvZipStream(path.c_str(), "rb"),
+                                     ZvIStdIOZipStream::Create(packed, ZvIStdIOZipStream::OpenRead)};
+        for (ZvStream* const raw : streams) {
+            ZvStream$ stream = raw;
+            try {
+                const ZvObject$ o = Coder(0)->DecodeObject(stream);
+                ADD_FAILURE() << name << " of " << stream->ToString()->CStr();
+            } catch (const ZvCoderException& e) {
+                EXPECT_EQ(e.cause, ZvCoderException::StreamFailed) << name << " of " << stream->ToString()->CStr();
+            }
+        }
+    }
     EXPECT_LT(PeakMemoryMiB() - before, 64);
 }
 

@@ -19,7 +19,7 @@ template <class T>
 void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t& done);
 
 /// Ends a reader that goes on where nothing arrives any more: a memory stream gives its last byte for ever, and an element
-/// may be made of it. After so much of that comes ZvCoderException (StreamFailed).
+/// may be made of it, or of no bytes at all. After so much of that comes ZvCoderException (StreamFailed).
 class ZV_API Arrival {
 public:
     explicit Arrival(ZvStream$& stream);
