@@ -13,7 +13,7 @@ using FileData = std::vector<unsigned char>;
 
 inline ZvStream$ MemoryOf(const FileData& bytes) {
     ZvHandle<ZvPrimArray<unsigned char>, ZvArrayValue$> array = new ZvPrimArray<unsigned char>(bytes.size(), nullptr);
-    std::memcpy(array->GetBaseAddress(), bytes.data(), bytes.size());
+    if (!bytes.empty()) std::memcpy(array->GetBaseAddress(), bytes.data(), bytes.size());
     return new ZvMemoryStream(array);
 }
 
