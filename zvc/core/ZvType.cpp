@@ -180,10 +180,15 @@ void ZvType::BuildTable() {
 
 ZvDictionary$ ZvType::GetFields() { return m_fieldCache ? m_fieldCache : CreateFieldCache(); }
 
+// Of so few entries a look at each takes less time than a hash.
+static constexpr size_t Few = 16;
+
 ZvField$ ZvType::FindField(const ZvString$& name) {
     if (!m_fieldCache) CreateFieldCache();
     const auto& fields = m_fieldCache->m_table;
-    const auto* entry = fields.FindSame(name.Get());         // most ask by the interned name itself
+    const zvc::detail::HashTable::Node* entry = nullptr;
+    // Most ask by the interned name itself.
+    if (fields.Count() <= Few) entry = fields.FindWhere([&](const ZvObject* key) { return key == name.Get(); });
     if (entry == nullptr) entry = fields.Find(name);
     return entry != nullptr ? ZvField$(entry->value) : ZvField$();
 }
@@ -224,11 +229,14 @@ ZvDictionary$ ZvType::CreateMethodCache() const {
 // As the cache would find a key made of the three, but without making one: calls by name are many.
 ZvMethod$ ZvType::Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args) {
     if (!m_methodCache) CreateMethodCache();
-    const auto* entry = m_methodCache->m_table.FindLike(
-        ZvMethod::HashOf(name.Get(), result.Get(), args), [&](const ZvObject* key) {
-            return key != nullptr && key->IsKindOf(&ZvMethod::s_type) &&
-                   static_cast<const ZvMethod*>(key)->Matches(name.Get(), result.Get(), args);
-        });
+    const auto& methods = m_methodCache->m_table;
+    const auto matches = [&](const ZvObject* key) {
+        return key != nullptr && key->IsKindOf(&ZvMethod::s_type) &&
+               static_cast<const ZvMethod*>(key)->Matches(name.Get(), result.Get(), args);
+    };
+    const auto* entry = methods.Count() <= Few
+                            ? methods.FindWhere(matches)
+                            : methods.FindLike(ZvMethod::HashOf(name.Get(), result.Get(), args), matches);
     return entry != nullptr ? ZvMethod$(entry->value) : ZvMethod$();
 }
 

@@ -42,13 +42,12 @@ public:
     const Link* First() const { return m_end.next; }
 
     Node* Find(const ZvObject$& key) const { return FindIn(ProbeFor(key.Get())); }
-    /// The entry with this very object as its key, where a look at each of few entries tells it; null does not say that there is
-    /// none.
-    const Node* FindSame(const ZvObject* key) const {
-        if (m_count > 16) return nullptr;
+    /// The first entry in the list whose key matches.
+    template <class Matches>
+    const Node* FindWhere(Matches matches) const {
         for (const Link* at = m_end.next; at != &m_end; at = at->next) {
             const auto* node = static_cast<const Node*>(at);
-            if (node->key.Get() == key) return node;
+            if (matches(node->key.Get())) return node;
         }
         return nullptr;
     }
