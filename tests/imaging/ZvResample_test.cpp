@@ -316,6 +316,18 @@ TEST(Resample, TwoToOneAndOneToTwoOfEverySample) {
     }
 }
 
+TEST(Resample, TriangleAtExactRatiosInEveryLayout) {
+    Random random(5);
+    for (int channels = 1; channels <= 8; ++channels)
+        for (const int width : {2, 4, 6, 16, 34, 66, 130})
+            for (const auto& [newWidth, newHeight] : {std::pair{width / 2, 3}, {width * 2, 12}, {width, 3}, {width / 2, 12}, {width * 2, 6}}) {
+                const Case c{"ZvTriangleFilter", false, 0, width, 6, channels, newWidth, newHeight, 1, 2};
+                Compare<uint8_t>(random, c, width);
+                Compare<uint16_t>(random, c, width);
+                if (HasFatalFailure()) return;
+            }
+}
+
 TEST(Resample, HugeSumsAreCutThroughSixtyFourBits) {
     struct Huge : ZvFilter {
         explicit Huge(float value) : ZvFilter(0.5f), m_value(value) {}

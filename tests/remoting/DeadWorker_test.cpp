@@ -48,17 +48,17 @@ struct Workshop {
 };
 
 int Sum(const ZvObjRef$& target, int a, int b, unsigned int slot = 0) {
-    const remoting::MethodResponse$ response = target->Invoke(IntType(), $L("Sum"), Arguments({Box(a), Box(b)}), slot);
+    const remoting::MethodResponse$ response = target->Invoke(IntType(), ZvString$(new ZvString("Sum")), Arguments({Box(a), Box(b)}), slot);
     const ZvHandle<ZvPrimitive<int>, ZvValue$> value = response ? response->GetReturnValue() : ZvObject$();
     return value ? value->value : -1;
 }
 
 remoting::MethodResponse$ Hang(const ZvObjRef$& target, unsigned int slot) {
-    return target->Invoke(IntType(), $L("Hang"), Arguments({Box(0)}), slot);
+    return target->Invoke(IntType(), ZvString$(new ZvString("Hang")), Arguments({Box(0)}), slot);
 }
 
 remoting::MethodResponse$ HalfAnAnswer(const ZvObjRef$& target, bool dies) {
-    return target->Invoke(TypeHandle(ZvPrimitive<ZvObject$>::s_type), $L("HalfAnAnswer"), Arguments({Box(dies)}), 1);
+    return target->Invoke(TypeHandle(ZvPrimitive<ZvObject$>::s_type), ZvString$(new ZvString("HalfAnAnswer")), Arguments({Box(dies)}), 1);
 }
 
 ZvObject$ LargeMessage() { return new MethodResponse(1, new ZvPrimArray<int>(1000000, nullptr)); }

@@ -284,7 +284,7 @@ TEST(ZvString, AssignmentTakesTheTextAndKeepsTheObject) {
     EXPECT_NE(s.CStr(), other.CStr());
     EXPECT_EQ(&(s = "short"), &s);
     EXPECT_EQ(s, "short");
-    s = s;
+    s = static_cast<const ZvString&>(s);
     EXPECT_EQ(s, "short");
 }
 

@@ -17,6 +17,9 @@ struct ZvChannelMailbox;
 ///
 /// A listening thread reads what comes in. Calls go to one queue, which GetMethod takes from; replies go to the queue of
 /// their slot, which GetResponse takes from. Each calling thread uses a slot of its own, so that several may wait at once.
+/// A thread that waits anyway reads for itself, as long as it would otherwise have to be woken for it: objects are then decoded
+/// on that thread. One that is killed while it waits leaves a channel that reads no more. A class derived from ZvChannel sees
+/// its Receive called on the listening thread alone.
 ///
 /// The two ends number types and references as they first appear, in one series for both directions. New ones must not
 /// cross on the wire: as long as a call that carries the first of its kind is under way, nothing else that is new may be
@@ -58,7 +61,7 @@ public:
     /// conversation cannot go on.
     virtual void Send(const ZvObject$& message);
 
-    /// Reads one object and waits until there is one: what the listening thread does, and nobody beside it. Null is the
+    /// Reads one object and waits until there is one: what the thread that reads does, and nobody beside it. Null is the
     /// peer's stop, and the answer of an abandoned channel. Raises as the coder does.
     virtual ZvObject$ Receive();
 
