@@ -157,6 +157,7 @@ bool ZvChannelMailbox::IsShort() const {
 // A thread that waits reads for itself when nobody does. On its way out it wakes another that waits, to read on.
 ZvObject$ ZvChannel::Take(ZvChannelMailbox& box) {
     Inside inside(m_state);
+    ++m_state->waiting;
     box.BeginWaiting();
     ZvObject$ entry;
     bool hasRead = false;
@@ -168,6 +169,7 @@ ZvObject$ ZvChannel::Take(ZvChannelMailbox& box) {
         ReadFor(box);
         if (box.TryTake(entry, m_state->ended)) break;
     }
+    --m_state->waiting;
     if (ZvChannelMailbox* const next = hasRead ? m_state->FindShort() : nullptr) next->event.Set();
     return entry;
 }
@@ -369,6 +371,7 @@ void ZvChannel::State::End() noexcept {
 }
 
 ZvChannelMailbox* ZvChannel::State::FindShort() noexcept {
+    if (waiting == 0) return nullptr;
     if (methods.IsShort()) return &methods;
     for (ZvChannelMailbox& response : responses)
         if (response.IsShort()) return &response;

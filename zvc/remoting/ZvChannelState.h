@@ -60,6 +60,7 @@ struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
     ZvBinaryCoder$ coder;
 
     ZvChannelReading reading;
+    std::atomic<unsigned int> waiting{0};                // threads that wait for an entry
     ZvChannelMailbox methods;
     std::vector<ZvChannelMailbox> responses;             // by slot
 
