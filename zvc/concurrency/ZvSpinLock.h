@@ -15,7 +15,7 @@ public:
             while (__atomic_load_n(&m_word, __ATOMIC_RELAXED) != 0) {}       // a try that must fail holds the owner up
     }
 
-    void Unlock() noexcept { __atomic_store_n(&m_word, 0u, __ATOMIC_RELEASE); }
+    void Unlock() noexcept { __atomic_exchange_n(&m_word, 0u, __ATOMIC_SEQ_CST); }     // a full barrier, as programs expect
 
 private:
     bool Take() noexcept {
