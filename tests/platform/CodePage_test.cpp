@@ -1,10 +1,11 @@
 #include "zvc/platform/CodePage.h"
 
+#include "support/Program.h"
+
 #include <gtest/gtest.h>
 
 #include <clocale>
 #include <cstdlib>
-#include <locale.h>
 #include <string>
 
 using namespace zvc::platform;
@@ -27,12 +28,20 @@ private:
     std::string m_old;
 };
 
-bool HasLocale(const char* name) {
-    locale_t locale = newlocale(LC_CTYPE_MASK, name, static_cast<locale_t>(nullptr));
-    if (locale == static_cast<locale_t>(nullptr)) return false;
-    freelocale(locale);
-    return true;
-}
+/// A locale that is made for the test: no system has it ready. Locales are looked for in LOCPATH first.
+class OwnLocale {
+public:
+    OwnLocale(const std::string& language, const std::string& codeSet, const std::string& name) {
+        const std::string command = "localedef --no-archive -i " + language + " -f " + codeSet + " '" + m_directory.File(name) + "' 2>&1";
+        made = std::system(command.c_str()) == 0;
+        setenv("LOCPATH", m_directory.File("").c_str(), 1);
+    }
+    ~OwnLocale() { unsetenv("LOCPATH"); }
+    bool made;
+
+private:
+    ScratchDirectory m_directory;
+};
 
 }
 
@@ -84,7 +93,8 @@ TEST(CodePage, ProgramsLocaleStaysAsItIs) {
 }
 
 TEST(CodePage, SingleByteSystemPage) {
-    if (!HasLocale("de_DE.ISO-8859-1")) GTEST_SKIP() << "locale not installed";
+    const OwnLocale locale("de_DE", "ISO-8859-1", "de_DE.ISO-8859-1");
+    ASSERT_TRUE(locale.made);
     Environment environment("de_DE.ISO-8859-1");
     EXPECT_EQ(SystemToUtf16("a\xE4"), u"a\u00E4");
     EXPECT_EQ(Utf16ToSystem(u"a\u00E4"), "a\xE4");

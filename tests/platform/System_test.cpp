@@ -24,7 +24,7 @@ TEST(System, ProcessorCountIsTheSystems) {
     std::ifstream info("/proc/cpuinfo");
     unsigned int count = 0;
     for (std::string line; std::getline(info, line);) count += line.compare(0, 9, "processor") == 0 ? 1 : 0;
-    if (count == 0) GTEST_SKIP() << "the system does not list its processors";
+    ASSERT_GT(count, 0u);
     EXPECT_EQ(ProcessorCount(), count);
 }
 

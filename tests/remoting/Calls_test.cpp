@@ -27,18 +27,16 @@ int Sum(const ZvObjRef$& target, int a, int b, unsigned int slot) {
 }
 
 /// Two ends that listen; the second is pumped. The first one's reference on an activated Calc.
-template <class Ends>
-struct ConversationOf : Ends {
-    using Ends::a, Ends::b;
-    explicit ConversationOf(unsigned int slots = 4) : Ends(slots) {
+struct Conversation : Pair {
+    explicit Conversation(unsigned int slots = 4) : Pair(slots) {
         remoting::RemotingConfigulation::RegisterActivatedType(TypeHandle(Calc::s_type));
-        this->Listen();
+        Listen();
         pump = std::thread([this] { Pump(b).Run(); });
         a->Send(new ConstructingCall(TypeHandle(Calc::s_type), Arguments({Box(100)})));
         const remoting::ConstructingResponse$ response = a->GetResponse(0);
         calc = response->CreatedObject();
     }
-    ~ConversationOf() {
+    ~Conversation() {
         a->StopListening();
         pump.join();
         b->StopListening();
@@ -54,7 +52,6 @@ struct ConversationOf : Ends {
     ZvObjRef$ calc;
     std::vector<Calc$> far;
 };
-using Conversation = ConversationOf<PlainPair>;
 
 }
 
@@ -136,28 +133,22 @@ TEST(Calls, SeveralCallersEachWithASlot) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(Calls, AreAnsweredWhereTheListeningThreadAloneReads) {
-    ConversationOf<Pair> c;                                  // a class derived from ZvChannel: its Receive is called there
-    for (int i = 0; i < 200; ++i) ASSERT_EQ(Sum(c.calc, i, 1, 2), 101 + i);
-}
-
-TEST(Calls, PumpThatReadsForItselfFindsTheEndOfASection) {
+TEST(Calls, PumpFindsTheEndOfASection) {
     Conversation c;
     for (int round = 0; round < 20; ++round) {
         c.a->BeginAsync();
         std::thread pumping([&] { EXPECT_EQ(Pump(c.a).Run(), Pump::End::Section); });
-        EXPECT_EQ(Sum(c.calc, 1, 1, 0), 102);                // so that this side's listening thread keeps back
-        if (round % 2 == 0) zvc::platform::SleepFor(3);
+        EXPECT_EQ(Sum(c.calc, 1, 1, 0), 102);
         c.a->EndAsync();
         pumping.join();
     }
 }
 
 TEST(Calls, NothingIsLeftUnreadWhenNobodyWaits) {
-    PlainPair pair;
+    Pair pair;
     pair.Listen();
     pair.a->Send(new Response(1));
-    EXPECT_TRUE(pair.b->GetResponse(1));                     // the listening thread of b keeps back now
+    EXPECT_TRUE(pair.b->GetResponse(1));
     // More than the pipes hold, in both directions, and nobody takes anything: both come back.
     const ZvObject$ large = new MethodResponse(2, new ZvPrimArray<int>(500000, nullptr));
     std::thread other([&] { pair.b->Send(large); });
@@ -168,8 +159,8 @@ TEST(Calls, NothingIsLeftUnreadWhenNobodyWaits) {
     pair.Stop();
 }
 
-TEST(Calls, OthersGoOnReadingWhenTheReaderLeaves) {
-    PlainPair pair(8);
+TEST(Calls, EachOfManyWaitersGetsItsOwnResponse) {
+    Pair pair(8);
     pair.Listen();
     pair.a->Send(new Response(0));
     EXPECT_TRUE(pair.b->GetResponse(0));
@@ -215,7 +206,7 @@ Transfers TransfersSoFar() {
 }
 
 TEST(Calls, CostTwoWritesAndAtMostFourReads) {
-    if (TransfersSoFar().reads == 0) GTEST_SKIP() << "this kernel does not count";
+    ASSERT_GT(TransfersSoFar().reads, 0u) << "this kernel does not count";
     Conversation c;
     ASSERT_EQ(Sum(c.calc, 1, 1, 0), 102);
     constexpr unsigned long long Count = 500;

@@ -70,14 +70,13 @@ inline ZvStream$ Reading(zvc::platform::Handle handle) { return new ZvFileStream
 inline ZvStream$ Writing(zvc::platform::Handle handle) { return new ZvFileStream(handle, ZvFile::Write); }
 
 /// Two ends that talk to each other.
-template <class Channel>
-struct PairOf {
-    explicit PairOf(unsigned int slots = 4) {
+struct Pair {
+    explicit Pair(unsigned int slots = 4) {
         Pipe there, back;
-        a = new Channel(slots, Reading(back.reading), Writing(there.writing));
-        b = new Channel(slots, Reading(there.reading), Writing(back.writing));
+        a = new OpenChannel(slots, Reading(back.reading), Writing(there.writing));
+        b = new OpenChannel(slots, Reading(there.reading), Writing(back.writing));
     }
-    ZvHandle<Channel, ZvObject$> a, b;
+    ZvHandle<OpenChannel, ZvChannel$> a, b;
 
     void Listen() {
         a->StartListening();
@@ -91,10 +90,6 @@ struct PairOf {
         EXPECT_FALSE(a->GetMethod());
     }
 };
-
-using Pair = PairOf<OpenChannel>;
-/// As programs have them: threads that wait read for themselves.
-using PlainPair = PairOf<ZvChannel>;
 
 /// One end, and the bare bytes of the other.
 struct Raw {

@@ -47,11 +47,6 @@ ZV_API bool FileMakeCancellable(Handle handle) noexcept;
 /// Any thread.
 ZV_API void FileCancel(Handle handle) noexcept;
 
-/// Ends one read that waits on this prepared handle, or the next that would, with a failure of nothing. FileInterrupted tells
-/// the reading thread, once, that this was why. Any thread.
-ZV_API void FileInterrupt(Handle handle) noexcept;
-ZV_API bool FileInterrupted(Handle handle) noexcept;
-
 /// From now on a read that waits on this prepared handle fails as well when the process has ended and nothing is left to be
 /// read: the reader of a pipe may itself hold its writing end open, and then never sees the end of the pipe. Before the
 /// handle is used. False on failure.

@@ -10,8 +10,6 @@
 #include "zvc/platform/Thread.h"
 #include "zvc/serialization/ZvFileStream.h"
 
-#include <typeinfo>
-
 ZV_DEFINE_CLASS(ZvChannel, (ZvObject), ZV_TABLES)
 ZV_FIELDS(ZvChannel)
 ZV_METHODS(ZvChannel)
@@ -64,8 +62,6 @@ void ZvChannel::Open(unsigned int slots, const ZvStream$& input, const ZvStream$
     const bool endable = pipe != nullptr && platform::FileMakeCancellable(pipe);
     if (void* const outgoing = zvc::detail::FileHandleOf(output.Get())) platform::FileMakeCancellable(outgoing);
     m_state->reader = new ReadAhead(input, endable, *m_state);
-    m_state->incoming = m_state->reader;
-    m_state->endable = endable;
     m_state->coder = new ZvBinaryCoder(new ZvStreamingContext(ZvStreamingContext::MarshalChannel));
     m_state->coder->SetChannel(this);
     CreateMethodResponseSplitter(slots);
@@ -118,7 +114,7 @@ void ZvChannel::Send(const ZvObject$& message) {
 ZvObject$ ZvChannel::Receive() {
     ZvObject$ message;
     try {
-        m_state->coder->Read(m_state->incoming, message);
+        m_state->coder->Read(m_state->reader, message);
     } catch (const ReadAhead::Ended&) {
         message = ZvObject$();
     }
@@ -130,81 +126,30 @@ void ZvChannelMailbox::Post(const ZvObject$& entry) {
     event.Set();
 }
 
-void ZvChannelMailbox::BeginWaiting() {
-    ZvLock lock(queue.Get());
-    ++waiting;
+ZvObject$ ZvChannelMailbox::Take(const std::atomic<bool>& ended) {
+    for (;; event.Wait(platform::Infinite), event.Reset()) {
+        const bool last = ended;                         // before the look: what came before the end is still given out
+        ZvLock lock(queue.Get());
+        if (queue->Count() == 0) {
+            if (!last) continue;
+            event.Set();                                 // for the next one who waits here
+            return ZvObject$();
+        }
+        ZvObject$ entry = queue->Dequeue();
+        if (queue->Count() != 0) event.Set();            // another reader may have slept through our reset
+        return entry;
+    }
 }
 
-bool ZvChannelMailbox::TryTake(ZvObject$& entry, bool last) {
-    ZvLock lock(queue.Get());
-    if (queue->Count() == 0 && !last) return false;
-    --waiting;
-    if (queue->Count() != 0) entry = queue->Dequeue();
-    if (queue->Count() != 0 || last) event.Set();        // another one may have slept through our reset, or waits here next
-    return true;
-}
-
-bool ZvChannelMailbox::IsEmpty() const {
-    ZvLock lock(queue.Get());
-    return queue->Count() == 0;
-}
-
-bool ZvChannelMailbox::IsShort() const {
-    ZvLock lock(queue.Get());
-    return waiting > queue->Count();
-}
-
-// A thread that waits reads for itself when nobody does. On its way out it wakes another that waits, to read on.
-ZvObject$ ZvChannel::Take(ZvChannelMailbox& box) {
+ZvObject$ ZvChannel::GetMethod() {
     Inside inside(m_state);
-    ++m_state->waiting;
-    box.BeginWaiting();
-    ZvObject$ entry;
-    bool hasRead = false;
-    for (;; box.event.Wait(platform::Infinite), box.event.Reset()) {
-        // Ended before the look: what came before the end is still given out.
-        if (box.TryTake(entry, m_state->ended)) break;
-        if (!m_state->sharesReading || !m_state->reading.TryTurn()) continue;
-        hasRead = true;
-        ReadFor(box);
-        if (box.TryTake(entry, m_state->ended)) break;
-    }
-    --m_state->waiting;
-    if (ZvChannelMailbox* const next = hasRead ? m_state->FindShort() : nullptr) next->event.Set();
-    return entry;
+    return m_state->methods.Take(m_state->ended);
 }
 
-/// Reads until there is something in the box, or the conversation is over. What is not caught here ends the process at the very
-/// place of the damage, as on the listening thread.
-void ZvChannel::ReadFor(ZvChannelMailbox& box) noexcept {
-    bool more = true;
-    while (more && box.IsEmpty()) {
-        if (!m_state->reader->Await()) continue;         // something was put there from this side
-        if (!m_state->watched) {
-            more = ReadOne();
-            continue;
-        }
-        try {
-            more = ReadOne();
-        } catch (const ZvException&) {
-            more = false;
-            m_state->PeerLost();
-        } catch (const std::exception&) {
-            more = false;
-            m_state->PeerLost();
-        }
-    }
-    m_state->reading.Leave(!more);
+ZvObject$ ZvChannel::GetResponse(unsigned int slot) {
+    Inside inside(m_state);
+    return m_state->responses[slot].Take(m_state->ended);
 }
-
-bool ZvChannel::ReadOne() {
-    const ZvObject$ message = Receive();
-    if (message) Sort(message);
-    return message && !m_state->stopListening;
-}
-
-ZvObject$ ZvChannel::GetMethod() { return Take(m_state->methods); }
-ZvObject$ ZvChannel::GetResponse(unsigned int slot) { return Take(m_state->responses[slot]); }
 
 remoting::MethodResponse$ ZvChannel::Exchange(const ZvObject$& call, unsigned int slot) {
     Inside inside(m_state);                             // from the sending to the answer: nobody destroys it in between
@@ -257,18 +202,9 @@ void ZvChannel::Listen() {
 }
 
 void ZvChannel::Run() {
-    /// Given back also where damage ends the work; nothing is caught for that.
-    struct Turn {
-        ~Turn() { reading.Leave(!more); }
-        ZvChannelReading& reading;
-        bool more = false;
-    };
-    // A derived class's Receive is called here alone.
-    m_state->sharesReading = m_state->endable && typeid(*this) == typeid(ZvChannel);
-    m_state->reading.Begin();
-    while (m_state->reading.AwaitTurn(m_state->FindShort() != nullptr)) {
-        Turn turn{m_state->reading};
-        turn.more = ReadOne();
+    while (const ZvObject$ message = Receive()) {
+        Sort(message);
+        if (m_state->stopListening) break;
     }
     ZvLock lock(this);
     m_state->methods.Post(ZvObject$());
@@ -304,7 +240,6 @@ void ZvChannel::EndAsyncWait() {
     platform::EventReset(m_state->asyncEvent);
     ZvLock lock(this);
     m_state->methods.Post(new remoting::AsyncTerminator);
-    platform::FileInterrupt(zvc::detail::FileHandleOf(m_state->input.Get()));      // whoever waits for it may be reading
 }
 
 void ZvChannel::EndAsync() {
@@ -367,15 +302,6 @@ void ZvChannel::State::End() noexcept {
     methods.event.Set();
     for (ZvChannelMailbox& response : responses) response.event.Set();
     over.Set();
-    reading.Hurry();
-}
-
-ZvChannelMailbox* ZvChannel::State::FindShort() noexcept {
-    if (waiting == 0) return nullptr;
-    if (methods.IsShort()) return &methods;
-    for (ZvChannelMailbox& response : responses)
-        if (response.IsShort()) return &response;
-    return nullptr;
 }
 
 void ZvChannel::State::PeerLost() noexcept {

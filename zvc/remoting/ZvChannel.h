@@ -8,7 +8,6 @@
 
 ZV_DECLARE_HANDLE(ZvChannel, ZvObject$);
 class ZvProcess$;
-struct ZvChannelMailbox;
 
 /// A two-way pipe of objects between a process and the child that it started: the child's standard input and output. Each
 /// direction is one unbroken sequence of what one long-lived binary coder writes; the coder's tags are the only framing, and
@@ -17,9 +16,6 @@ struct ZvChannelMailbox;
 ///
 /// A listening thread reads what comes in. Calls go to one queue, which GetMethod takes from; replies go to the queue of
 /// their slot, which GetResponse takes from. Each calling thread uses a slot of its own, so that several may wait at once.
-/// A thread that waits anyway reads for itself, as long as it would otherwise have to be woken for it: objects are then decoded
-/// on that thread. One that is killed while it waits leaves a channel that reads no more. A class derived from ZvChannel sees
-/// its Receive called on the listening thread alone.
 ///
 /// The two ends number types and references as they first appear, in one series for both directions. New ones must not
 /// cross on the wire: as long as a call that carries the first of its kind is under way, nothing else that is new may be
@@ -61,7 +57,7 @@ public:
     /// conversation cannot go on.
     virtual void Send(const ZvObject$& message);
 
-    /// Reads one object and waits until there is one: what the thread that reads does, and nobody beside it. Null is the
+    /// Reads one object and waits until there is one: what the listening thread does, and nobody beside it. Null is the
     /// peer's stop, and the answer of an abandoned channel. Raises as the coder does.
     virtual ZvObject$ Receive();
 
@@ -133,9 +129,6 @@ private:
 
     void Leave();
     void Open(unsigned int slots, const ZvStream$& input, const ZvStream$& output);
-    ZvObject$ Take(ZvChannelMailbox& box);
-    void ReadFor(ZvChannelMailbox& box) noexcept;
-    bool ReadOne();
     void Sort(const ZvObject$& message);
     void Listen();
     void JoinListener();

@@ -5,10 +5,9 @@
 #include "zvc/platform/Event.h"
 #include "zvc/platform/Handle.h"
 #include "zvc/remoting/ZvChannel.h"
-#include "zvc/remoting/ZvChannelReading.h"
+#include "zvc/serialization/ZvReadAhead.h"
 #include "zvc/remoting/ZvProcess.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
-#include "zvc/serialization/ZvReadAhead.h"
 #include "zvc/values/ZvQueue.h"
 
 #include <atomic>
@@ -20,17 +19,10 @@ struct ZvChannelMailbox {
     ZvQueue$ queue = new ZvQueue;
     zvc::platform::Event event;
 
-    size_t waiting = 0;                                  // threads that wait for an entry; guarded by the queue's lock
-
     void Post(const ZvObject$& entry);
 
-    /// Takes an entry when there is one. With last there is an answer in any case, null without an entry.
-    bool TryTake(ZvObject$& entry, bool last);
-    void BeginWaiting();
-
-    bool IsEmpty() const;
-    /// More threads wait than there are entries.
-    bool IsShort() const;
+    /// Waits for an entry and takes it. Null without one once ended is set, and somebody has set the event after it.
+    ZvObject$ Take(const std::atomic<bool>& ended);
 };
 
 struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
@@ -39,9 +31,6 @@ struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
 
     /// Ends the channel here: transfers under way fail, everyone who waits comes back. Does not wait for them.
     void End() noexcept;
-
-    /// One of those that threads wait for, and have no entry for them; null when there is none.
-    ZvChannelMailbox* FindShort() noexcept;
 
     /// The peer is gone, or is taken for it.
     void PeerLost() noexcept;
@@ -53,14 +42,9 @@ struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
     ZvProcess$ process;
     ZvStream$ input;
     ZvStream$ output;
-    zvc::detail::ReadAhead* reader = nullptr;            // input, with reading ahead
-    ZvStream$ incoming;                                  // holds it
-    bool endable = false;                                // the reader's waiting can be ended and interrupted
-    std::atomic<bool> sharesReading{false};              // those who wait may read
+    ZvStream$ reader;                                    // input, with reading ahead
     ZvBinaryCoder$ coder;
 
-    ZvChannelReading reading;
-    std::atomic<unsigned int> waiting{0};                // threads that wait for an entry
     ZvChannelMailbox methods;
     std::vector<ZvChannelMailbox> responses;             // by slot
 

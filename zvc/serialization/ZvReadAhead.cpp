@@ -1,28 +1,15 @@
 #include "zvc/serialization/ZvReadAhead.h"
 
-#include "zvc/platform/File.h"
-#include "zvc/serialization/ZvFileStream.h"
-
 #include <algorithm>
 #include <cstring>
 
 namespace zvc::detail {
 
 ReadAhead::ReadAhead(const ZvStream$& stream, bool readAhead, Ending& ending)
-    : m_stream(stream), m_handle(FileHandleOf(stream.Get())), m_ending(ending), m_buffer(readAhead ? new unsigned char[BufferSize] : nullptr),
+    : m_stream(stream), m_ending(ending), m_buffer(readAhead ? new unsigned char[BufferSize] : nullptr),
       m_next(m_buffer.get()), m_limit(m_next) {}
 
 ReadAhead::~ReadAhead() = default;
-
-bool ReadAhead::Await() {
-    if (!m_buffer || m_next != m_limit) return true;
-    m_next = m_limit = m_buffer.get();
-    const long long got = m_stream->Read(m_next, BufferSize);
-    if (got <= 0) return !platform::FileInterrupted(m_handle);      // the end shows in the message that is not there
-    m_received += got;
-    m_limit += got;
-    return true;
-}
 
 long long ReadAhead::Read(void* buffer, long long count) {
     if (m_next == m_limit) {
@@ -54,9 +41,7 @@ bool ReadAhead::Gather(size_t size) {
 }
 
 long long ReadAhead::ReadStream(void* buffer, long long count) {
-    long long got;
-    do got = m_stream->Read(buffer, count);
-    while (got <= 0 && platform::FileInterrupted(m_handle));
+    const long long got = m_stream->Read(buffer, count);
     if (got > 0) {
         m_received += got;
         return got;

@@ -30,10 +30,6 @@ public:
     ReadAhead(const ZvStream$& stream, bool readAhead, Ending& ending);
     ~ReadAhead() override;
 
-    /// Waits until something of the next message is there, or the stream gives nothing more. False when it was interrupted
-    /// (platform::FileInterrupt) before that; within a message nothing interrupts.
-    bool Await();
-
     using ZvStream::Read;
     using ZvStream::Write;
     long long Read(void* buffer, long long count) override;
@@ -60,7 +56,6 @@ private:
     long long ReadStream(void* buffer, long long count);
 
     ZvStream$ m_stream;
-    void* m_handle;                                      // the stream's, when it is a file stream
     Ending& m_ending;
     std::unique_ptr<unsigned char[]> m_buffer;           // null: no reading ahead
     unsigned char* m_next = nullptr;

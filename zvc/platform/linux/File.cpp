@@ -18,7 +18,6 @@
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
-#include <utility>
 
 namespace zvc::platform {
 
@@ -46,7 +45,6 @@ public:
             if (poll(waits, 3, -1) < 0 && errno != EINTR) return false;
             if (Cancelled()) return false;
             if (waits[0].revents != 0) return true;
-            if (waits[1].revents != 0) return Interrupted();
             // What the peer wrote last may have come between the looks at the pipe and at the process.
             if (waits[2].revents != 0) return poll(waits, 1, 0) > 0;
         }
@@ -56,21 +54,11 @@ public:
         pollfd waits[2] = {{descriptor, POLLOUT, 0}, {wake, POLLIN, 0}};
         return poll(waits, 2, -1) > 0 || errno == EINTR;
     }
-    // Nobody cancelled it, or only just: then the next look finds that out.
-    bool Interrupted() noexcept {
-        uint64_t times;
-        [[maybe_unused]] const ssize_t taken = read(wake, &times, sizeof times);
-        interrupted = true;
-        return false;
-    }
     bool Cancelled() const noexcept { return __atomic_load_n(&cancelled, __ATOMIC_SEQ_CST) != 0; }
     void Cancel() noexcept {
         __atomic_store_n(&cancelled, 1u, __ATOMIC_SEQ_CST);
-        Wake();
-    }
-    void Wake() noexcept {
         const uint64_t one = 1;
-        [[maybe_unused]] const ssize_t written = write(wake, &one, sizeof one);
+        [[maybe_unused]] const ssize_t written = write(wake, &one, sizeof one);      // stays readable: nobody takes it away
     }
 
     int descriptor;
@@ -78,10 +66,9 @@ public:
     const bool canWrite;
     bool isPipe = false;
     bool isRegular = false;
-    int wake = -1;                // readable once cancelled or interrupted; a handle that has one never sleeps in a transfer itself
+    int wake = -1;                // readable once cancelled; a handle that has one never sleeps in a transfer itself
     int peer = -1;                // readable once the process at the other end has ended
     uint32_t cancelled = 0;
-    bool interrupted = false;     // the reading thread's alone
     int noWaitFlags = RWF_NOWAIT | NoSignalFlag;      // what this kernel has not refused for this file
 
 private:
@@ -258,16 +245,6 @@ bool FileMakeCancellable(Handle handle) noexcept {
 void FileCancel(Handle handle) noexcept {
     File file(handle);
     if (file && file->wake >= 0) file->Cancel();
-}
-
-void FileInterrupt(Handle handle) noexcept {
-    File file(handle);
-    if (file && file->wake >= 0) file->Wake();
-}
-
-bool FileInterrupted(Handle handle) noexcept {
-    File file(handle);
-    return file && std::exchange(file->interrupted, false);
 }
 
 bool FileEndWithProcess(Handle handle, Handle process) noexcept {
