@@ -136,7 +136,7 @@ ZvObject$ ZvChannelMailbox::Take(const std::atomic<bool>& ended) {
             return ZvObject$();
         }
         ZvObject$ entry = queue->Dequeue();
-        if (queue->Count() != 0) event.Set();            // another reader may have slept through our reset
+        if (queue->Count() != 0 || last) event.Set();    // another reader may have slept through our reset
         return entry;
     }
 }
