@@ -161,4 +161,12 @@ TEST(ZvHandleDeathTest, ExceptionThatLeavesOnDisposeEndsTheProcess) {
     };
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH({ ZvObject$ o = new Throwing; }, "in OnDispose");
+    const auto releaseAndCatch = [] {
+        auto* o = new Throwing;
+        o->Retain();
+        try {
+            o->Release();
+        } catch (const std::runtime_error&) {}
+    };
+    EXPECT_DEATH(releaseAndCatch(), "in OnDispose");
 }
