@@ -143,6 +143,38 @@ TEST(ZvType, CopyTakesEveryFieldAndIsNotRegistered) {
     EXPECT_NE(ZvArrayList::s_type.CalcOffset(&ZvIList::s_type), ZvNoOffset);
 }
 
+TEST(ZvType, CopyIsDerivedFromItselfAndItsBasesAndNotFromItsSource) {
+    for (bool compiled : {false, true}) {
+        const ZvType source("class CopiedFrom", 8, 1, nullptr, ZvArrayList::s_type.GetBases(), nullptr, nullptr, nullptr, false, typeid(int),
+                            nullptr, 1);
+        if (compiled) {
+            EXPECT_EQ(source.CalcOffset(&ZvSuper::s_type), 0u);
+        }
+        const ZvType copy(source);
+        EXPECT_EQ(copy.CalcOffset(&copy), 0u);
+        EXPECT_EQ(copy.CalcOffset(&source), ZvNoOffset);
+        EXPECT_EQ(source.CalcOffset(&copy), ZvNoOffset);
+        EXPECT_EQ(copy.CalcOffset(&ZvObject::s_type), 0u);
+        EXPECT_EQ(copy.CalcOffset(&ZvIList::s_type), ZvArrayList::s_type.CalcOffset(&ZvIList::s_type));
+        EXPECT_EQ(copy.CalcOffset(&ZvString::s_type), ZvNoOffset);
+        EXPECT_EQ(copy.ReferenceCount(), 0);
+    }
+}
+
+// What these compile is their own, and goes with them.
+TEST(ZvType, EmptyDescriptorsCompileToNothing) {
+    ZvType empty, named(ZvString$(new ZvString("Nobody")));
+    for (ZvType* t : {&empty, &named}) {
+        t->Compile();
+        EXPECT_EQ(t->CalcOffset(t), 0u);
+        EXPECT_EQ(t->CalcOffset(&ZvSuper::s_type), ZvNoOffset);
+        EXPECT_EQ(t->GetBaseType(), nullptr);
+        EXPECT_EQ(t->GetBases(), nullptr);
+        EXPECT_EQ(t->GetBaseCount(), 0u);
+        EXPECT_EQ(t->CreateObject(), nullptr);
+    }
+}
+
 TEST(ZvType, CreateObjectWithoutAFactoryIsNull) {
     EXPECT_EQ(ZvPair::s_type.CreateObject(), nullptr);
     EXPECT_EQ(ZvICollection::s_type.CreateObject(), nullptr);

@@ -77,16 +77,20 @@ ZvType::ZvType(const ZvType& other)
       m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_identity(other.m_identity), m_compiled(other.m_compiled.load()),
       m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
       m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
-    for (unsigned int i = 0; i < LineLength; ++i) m_line[i].store(other.m_line[i].load());
+    // In its own line the copy stands in the source's place.
+    for (unsigned int i = 0; i < LineLength; ++i) {
+        const ZvType* entry = other.m_line[i].load();
+        m_line[i].store(entry == &other ? this : entry);
+    }
 }
 
 ZvType::~ZvType() {
+    if (m_ownsOffsets) delete m_offsets;
     if (!m_registered) return;
     ZvSystem::UnregistType(this);
     // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
     if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
         for (auto& [name, type] : ZvSystemState::Get().types) type->m_methodCache = ZvDictionary$();
-    delete m_offsets;
 }
 
 ZvType* ZvType::GetType() const { return &s_type; }
@@ -113,19 +117,21 @@ ZvObject* ZvType::CreateObject() { return m_create != nullptr ? m_create() : nul
 size_t ZvType::CalcOffsetSlow(const ZvType* t) const {
     if (m_baseCount == 0) return ZvNoOffset;
     auto* self = const_cast<ZvType*>(this);      // the map is a cache: compiling changes nothing that callers see
-    Lock();
-    while (!m_compiled.load(std::memory_order_relaxed)) {
-        self->Compile();
-        self->m_compiled.store(true, std::memory_order_release);
+    {
+        ZvLock lock(this);
+        while (!m_compiled.load(std::memory_order_relaxed)) {
+            self->Compile();
+            self->m_compiled.store(true, std::memory_order_release);
+        }
     }
-    Unlock();
     return OffsetOf(*t);
 }
 
 void ZvType::Compile() {
     if (m_compiled.load(std::memory_order_acquire)) return;
-    delete m_offsets;
+    if (m_ownsOffsets) delete m_offsets;
     m_offsets = new OffsetMap;
+    m_ownsOffsets = true;
     for (unsigned int i = 0; i < m_baseCount; ++i) m_offsets->Add(m_bases[i].type, m_bases[i].offset);
     for (unsigned int i = 0; i < m_baseCount; ++i) CompileBaseOffset(m_bases[i], 0);
     BuildTable();

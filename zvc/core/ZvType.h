@@ -188,10 +188,11 @@ private:
     const std::type_info* m_typeInfo = nullptr;
     ZvModuleState* m_module = nullptr;
     unsigned int m_classSpec = 0;
-    OffsetMap* m_offsets = nullptr;            // everything Compile found; owned by the descriptor that compiled it
+    OffsetMap* m_offsets = nullptr;            // everything Compile found
     bool m_identity = false;
     bool m_registered = false;                 // a working descriptor, not an empty one or a copy
     std::atomic<bool> m_compiled{false};
+    bool m_ownsOffsets = false;                // m_offsets is of our making: a copy shares the map that it came with
     mutable std::atomic<unsigned int> m_depth{0};
     std::atomic<bool> m_lineIsAll{false};      // compiled, and every ancestor stands in the line, the class itself too
     std::atomic<const ZvType*> m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
