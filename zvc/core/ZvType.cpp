@@ -37,6 +37,22 @@ const char* CutName(const char* name) {
     return found != nullptr ? found + 6 : name;
 }
 
+// A descriptor's cache is read without a lock, so that what somebody may be looking at stays: of two threads that build one,
+// the first sets it and the other takes it.
+ZvDictionary* SetFirst(std::atomic<ZvDictionary*>& cache, const ZvDictionary$& built) {
+    ZvDictionary* there = nullptr;
+    built->Retain();
+    if (cache.compare_exchange_strong(there, built.Get(), std::memory_order_acq_rel, std::memory_order_acquire)) return built.Get();
+    built->Release();
+    return there;
+}
+
+void Set(std::atomic<ZvDictionary*>& cache, ZvDictionary* replacement) {
+    if (replacement != nullptr) replacement->Retain();
+    ZvDictionary* const old = cache.exchange(replacement, std::memory_order_acq_rel);
+    if (old != nullptr) old->Release();
+}
+
 template <class Map>
 Map* Call(Map* (*function)()) {
     return function != nullptr ? function() : nullptr;
@@ -75,8 +91,9 @@ ZvType::ZvType(const ZvType& other)
       m_fieldMap(other.m_fieldMap), m_methodMap(other.m_methodMap), m_hasCodec(other.m_hasCodec),
       m_nextInModule(other.m_nextInModule), m_typeInfo(other.m_typeInfo), m_module(other.m_module),
       m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_identity(other.m_identity), m_compiled(other.m_compiled.load()),
-      m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
-      m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
+      m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask) {
+    Set(m_fieldCache, other.m_fieldCache.load());
+    Set(m_methodCache, other.m_methodCache.load());
     // In its own line the copy stands in the source's place.
     for (unsigned int i = 0; i < LineLength; ++i) {
         const ZvType* entry = other.m_line[i].load();
@@ -85,12 +102,17 @@ ZvType::ZvType(const ZvType& other)
 }
 
 ZvType::~ZvType() {
+    auto& state = ZvSystemState::Get();
+    // Empty descriptors and copies are not in the registry, unless somebody has put them there.
+    if (m_registered || (!state.closing && ZvSystem::FindType(m_name) == this)) {
+        ZvSystem::UnregistType(this);
+        // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
+        if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
+            for (auto& [name, type] : state.types) Set(type->m_methodCache, nullptr);
+    }
+    Set(m_fieldCache, nullptr);
+    Set(m_methodCache, nullptr);
     if (m_ownsOffsets) delete m_offsets;
-    if (!m_registered) return;
-    ZvSystem::UnregistType(this);
-    // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
-    if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
-        for (auto& [name, type] : ZvSystemState::Get().types) type->m_methodCache = ZvDictionary$();
 }
 
 ZvType* ZvType::GetType() const { return &s_type; }
@@ -184,14 +206,23 @@ void ZvType::BuildTable() {
     m_tableMask = slots - 1;
 }
 
-ZvDictionary$ ZvType::GetFields() { return m_fieldCache ? m_fieldCache : CreateFieldCache(); }
+ZvDictionary* ZvType::FieldCache() const {
+    ZvDictionary* const cache = m_fieldCache.load(std::memory_order_acquire);
+    return cache != nullptr ? cache : SetFirst(m_fieldCache, BuildFieldCache());
+}
+
+ZvDictionary* ZvType::MethodCache() const {
+    ZvDictionary* const cache = m_methodCache.load(std::memory_order_acquire);
+    return cache != nullptr ? cache : CreateMethodCache().Get();
+}
+
+ZvDictionary$ ZvType::GetFields() { return FieldCache(); }
 
 // Of so few entries a look at each takes less time than a hash.
 static constexpr size_t Few = 16;
 
 ZvField$ ZvType::FindField(const ZvString$& name) {
-    if (!m_fieldCache) CreateFieldCache();
-    const auto& fields = m_fieldCache->m_table;
+    const auto& fields = FieldCache()->m_table;
     const zvc::detail::HashTable::Node* entry = nullptr;
     // Most ask by the interned name itself.
     if (fields.Count() <= Few) entry = fields.FindWhere([&](const ZvObject* key) { return key == name.Get(); });
@@ -210,17 +241,22 @@ ZvDictionary$ ZvType::GetFieldValues(const ZvObject* o) {
     return values;
 }
 
-ZvDictionary$ ZvType::CreateFieldCache() const {
+ZvDictionary$ ZvType::BuildFieldCache() const {
     ZvDictionary$ cache = new ZvDictionary;
     // From the class upward, each map replacing what is there: of two equal names the base's field wins.
     for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr)
         if (t->m_fieldMap != nullptr) t->m_fieldMap->GetFieldInfos(cache);
-    m_fieldCache = cache;
+    return cache;
+}
+
+ZvDictionary$ ZvType::CreateFieldCache() const {
+    ZvDictionary$ cache = BuildFieldCache();
+    Set(m_fieldCache, cache.Get());
     return cache;
 }
 
 ZvDictionary$ ZvType::CreateMethodCache() const {
-    if (m_methodCache) return m_methodCache;
+    if (ZvDictionary* const there = m_methodCache.load(std::memory_order_acquire)) return there;
     ZvDictionary$ cache = new ZvDictionary;
     // Of two equal signatures the first added stays, which is the class's own.
     for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr) {
@@ -228,14 +264,12 @@ ZvDictionary$ ZvType::CreateMethodCache() const {
         ZvMethod$* methods = t->m_methodMap->GetMethods();
         for (unsigned int i = 0; i < t->m_methodMap->GetNumMethod(); ++i) cache->Add(methods[i], methods[i]);
     }
-    m_methodCache = cache;
-    return cache;
+    return SetFirst(m_methodCache, cache);
 }
 
 // As the cache would find a key made of the three, but without making one: calls by name are many.
 ZvMethod$ ZvType::Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args) {
-    if (!m_methodCache) CreateMethodCache();
-    const auto& methods = m_methodCache->m_table;
+    const auto& methods = MethodCache()->m_table;
     const auto matches = [&](const ZvObject* key) {
         return key != nullptr && key->IsKindOf(&ZvMethod::s_type) &&
                static_cast<const ZvMethod*>(key)->Matches(name.Get(), result.Get(), args);

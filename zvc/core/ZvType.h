@@ -34,7 +34,8 @@ struct ZvTypeOptions {
 /// versions too. 0x80000001 is version 1 with tolerance, 1 is version 1 with exact match, 0 is never stored.
 ///
 /// A descriptor is immutable after its construction but for the map of its ancestors and two caches. The map is built
-/// under the descriptor's own lock; the caches are built without one (two threads may build them, the last one stays).
+/// under the descriptor's own lock; the caches are built without one: two threads that meet an unbuilt cache may both build
+/// it, and one of the two stays.
 class ZV_API ZvType : public ZvObject {
 public:
     /// Kind bits of the class-spec word.
@@ -125,10 +126,12 @@ public:
     ZvDictionary$ GetFields();
     ZvField$ FindField(const ZvString$& name);
     ZvDictionary$ GetFieldValues(const ZvObject* o);
+    /// Builds it anew, in place of what was there: not while another thread uses the fields.
     ZvDictionary$ CreateFieldCache() const;
 
     /// The method with exactly this name, result and arguments, own or inherited; null when there is none.
     ZvMethod$ Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args);
+    /// Method to method, own and inherited; built when missing.
     ZvDictionary$ CreateMethodCache() const;
 
     /// A new object by the constructor that takes exactly args; null without a match. Bases are not searched.
@@ -173,6 +176,9 @@ private:
     }
     size_t CalcOffsetSlow(const ZvType* t) const;
     void BuildTable();
+    ZvDictionary$ BuildFieldCache() const;
+    ZvDictionary* FieldCache() const;
+    ZvDictionary* MethodCache() const;
 
     ZvString$ m_name;
     size_t m_size = 0;
@@ -198,8 +204,8 @@ private:
     std::atomic<const ZvType*> m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
     const Entry* m_table = nullptr;
     size_t m_tableMask = 0;
-    mutable ZvDictionary$ m_fieldCache;
-    mutable ZvDictionary$ m_methodCache;
+    mutable std::atomic<ZvDictionary*> m_fieldCache{nullptr};    // counted, and read without a lock
+    mutable std::atomic<ZvDictionary*> m_methodCache{nullptr};
 };
 
 inline ZvObject* zvc::detail::CastObject(ZvObject* o, const ZvType& type) {
