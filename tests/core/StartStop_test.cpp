@@ -47,6 +47,13 @@ TEST(StartStop, LibraryLoadsAndClosesAgain) {
     EXPECT_EQ(outcome.code, 0);
 }
 
+TEST(StartStop, NoModuleIsFoundOnceTheShutdownHasBegun) {
+    const Outcome outcome = RunProgram(BesideTests("after_end_dlopen") + " " + BesideTests("../lib/libzvc.so.0"));
+    EXPECT_NE(outcome.output.find("before: a module\n"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find("after: no module\n"), std::string::npos) << outcome.output;
+    EXPECT_EQ(outcome.code, 0);
+}
+
 TEST(ZvPlugin, NewLoadsThePluginNamedBeforeTheDot) {
     const ZvObject$ o = ZvSystem::New(new ZvString("lifeplug.lifeplug"));
     ASSERT_TRUE(o);

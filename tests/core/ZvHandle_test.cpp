@@ -37,6 +37,30 @@ TEST(ZvHandle, ComparesObjectsAndNotValues) {
     EXPECT_TRUE(a->Equals(b.Get()));
 }
 
+TEST(ZvHandle, NullIsToldInEveryWayOfWritingIt) {
+    const auto look = [](const auto& null, const auto& some) {
+        EXPECT_TRUE(null == nullptr && nullptr == null && null == NULL && null == 0 && !null);
+        EXPECT_FALSE(null != nullptr || nullptr != null || null != NULL || null != 0);
+        EXPECT_TRUE(some != nullptr && nullptr != some && some != NULL && some != 0 && !!some);
+        EXPECT_FALSE(some == nullptr || nullptr == some || some == NULL || some == 0);
+    };
+    const ZvArrayList$ list = new ZvArrayList;
+    look(ZvObject$(), ZvObject$(list));
+    look(ZvArrayList$(), list);
+    look(ZvInterface$(), ZvInterface$(list));
+    look(ZvIList$(), ZvIList$(list));
+    look(ZvArguments$(), ZvArguments$(new ZvPrimArray<ZvObject$>(1, nullptr)));
+}
+
+TEST(ZvHandle, ComparesWithAPlainPointerFromEitherSide) {
+    auto* raw = new ZvString("x");
+    const ZvString$ handle = raw;
+    const ZvObject$ wider = raw;
+    const ZvString other("x");
+    EXPECT_TRUE(handle == raw && raw == handle && wider == raw && raw == wider);
+    EXPECT_TRUE(handle != &other && &other != handle);
+}
+
 TEST(ZvHandle, CastToAnUnrelatedClassIsNull) {
     ZvObject$ o = new ZvString("x");
     const ZvArrayList$ list = o;
@@ -137,4 +161,12 @@ TEST(ZvHandleDeathTest, ExceptionThatLeavesOnDisposeEndsTheProcess) {
     };
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH({ ZvObject$ o = new Throwing; }, "in OnDispose");
+    const auto releaseAndCatch = [] {
+        auto* o = new Throwing;
+        o->Retain();
+        try {
+            o->Release();
+        } catch (const std::runtime_error&) {}
+    };
+    EXPECT_DEATH(releaseAndCatch(), "in OnDispose");
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <set>
 #include <string>
 #include <thread>
@@ -31,6 +32,26 @@ template <int Depth>
 ZvType Deep<Depth>::s_type("class DeepN", sizeof(Deep<Depth>), GetBases(), typeid(Deep<Depth>), ZvThisModule(), {});
 
 }
+
+namespace type_test {
+
+class Racing : public ZvObject {
+    ZV_DECLARE_CLASS(Racing)
+    ZV_DECLARE_TABLES()
+public:
+    int Twice(int n) { return 2 * n; }
+    int m_first = 0;
+    double m_second = 0;
+};
+
+}
+
+ZV_DEFINE_CLASS(type_test::Racing, (ZvObject), ZV_TABLES)
+ZV_FIELDS(type_test::Racing, ZV_FIELD(m_first), ZV_FIELD(m_second))
+ZV_METHODS(type_test::Racing, ZV_METHOD(Twice, "n"))
+ZV_CONSTRUCTORS(type_test::Racing)
+
+using type_test::Racing;
 
 TEST(ZvType, RootsHaveTheirOffsets) {
     EXPECT_EQ(ZvSuper::s_type.CalcOffset(&ZvObject::s_type), ZvNoOffset);
@@ -124,6 +145,13 @@ TEST(ZvType, RegistryEntryIsSetAndRemovedByName) {
     const ZvType other(ZvString$(new ZvString("Registered by hand")));
     ZvSystem::UnregistType(const_cast<ZvType*>(&other));
     EXPECT_EQ(ZvSystem::FindType("Registered by hand"), nullptr);
+    {
+        ZvType brief(ZvString$(new ZvString("Registered by hand")));
+        ZvSystem::RegistType(&brief);
+        { const ZvType unregistered(ZvString$(new ZvString("Registered by hand"))), copy(brief); }
+        EXPECT_EQ(ZvSystem::FindType("Registered by hand"), &brief);    // the ends of those that never came in change nothing
+    }
+    EXPECT_EQ(ZvSystem::FindType("Registered by hand"), nullptr);
 }
 
 TEST(ZvType, CopyTakesEveryFieldAndIsNotRegistered) {
@@ -141,6 +169,38 @@ TEST(ZvType, CopyTakesEveryFieldAndIsNotRegistered) {
     }
     EXPECT_EQ(ZvSystem::FindType("ZvArrayList"), &ZvArrayList::s_type);
     EXPECT_NE(ZvArrayList::s_type.CalcOffset(&ZvIList::s_type), ZvNoOffset);
+}
+
+TEST(ZvType, CopyIsDerivedFromItselfAndItsBasesAndNotFromItsSource) {
+    for (bool compiled : {false, true}) {
+        const ZvType source("class CopiedFrom", 8, 1, nullptr, ZvArrayList::s_type.GetBases(), nullptr, nullptr, nullptr, false, typeid(int),
+                            nullptr, 1);
+        if (compiled) {
+            EXPECT_EQ(source.CalcOffset(&ZvSuper::s_type), 0u);
+        }
+        const ZvType copy(source);
+        EXPECT_EQ(copy.CalcOffset(&copy), 0u);
+        EXPECT_EQ(copy.CalcOffset(&source), ZvNoOffset);
+        EXPECT_EQ(source.CalcOffset(&copy), ZvNoOffset);
+        EXPECT_EQ(copy.CalcOffset(&ZvObject::s_type), 0u);
+        EXPECT_EQ(copy.CalcOffset(&ZvIList::s_type), ZvArrayList::s_type.CalcOffset(&ZvIList::s_type));
+        EXPECT_EQ(copy.CalcOffset(&ZvString::s_type), ZvNoOffset);
+        EXPECT_EQ(copy.ReferenceCount(), 0);
+    }
+}
+
+// What these compile is their own, and goes with them.
+TEST(ZvType, EmptyDescriptorsCompileToNothing) {
+    ZvType empty, named(ZvString$(new ZvString("Nobody")));
+    for (ZvType* t : {&empty, &named}) {
+        t->Compile();
+        EXPECT_EQ(t->CalcOffset(t), 0u);
+        EXPECT_EQ(t->CalcOffset(&ZvSuper::s_type), ZvNoOffset);
+        EXPECT_EQ(t->GetBaseType(), nullptr);
+        EXPECT_EQ(t->GetBases(), nullptr);
+        EXPECT_EQ(t->GetBaseCount(), 0u);
+        EXPECT_EQ(t->CreateObject(), nullptr);
+    }
 }
 
 TEST(ZvType, CreateObjectWithoutAFactoryIsNull) {
@@ -185,6 +245,43 @@ TEST(ZvType, OffsetsAreFoundByManyThreadsAtOnce) {
         for (std::thread& thread : threads) thread.join();
         EXPECT_EQ(found, (std::vector<size_t>(4, 96)));
     }
+}
+
+// Nobody is looking at a cache that another thread puts its own in the place of.
+TEST(ZvType, CachesAreBuiltByThreadsThatMeet) {
+    ZvArguments$ args = new ZvPrimArray<ZvObject$>(1, nullptr);
+    (*args)[0] = new ZvPrimitive<int>(1);
+    const ZvString$ field = new ZvString("m_second"), method = new ZvString("Twice");
+    for (int round = 0; round != 200; ++round) {
+        ZvType t("class RacedFor", 8, 1, nullptr, ZvObject::s_bases, nullptr, Racing::GetFieldMap(), Racing::GetMethodMap(), false,
+                 typeid(int), nullptr, 1);
+        std::atomic<int> ready{0}, found{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i != 4; ++i)
+            threads.emplace_back([&] {
+                for (++ready; ready != 4;) std::this_thread::yield();
+                const ZvDictionary$ fields = t.GetFields(), methods = t.CreateMethodCache();
+                for (int n = 0; n != 20; ++n)
+                    found += t.FindField(field) && t.Find(method, &ZvPrimitive<int>::s_type, args) && fields->Count() == 2 &&
+                             methods->Count() == 1;
+                if (fields != t.GetFields() || methods != t.CreateMethodCache()) found = -1000;
+            });
+        for (std::thread& thread : threads) thread.join();
+        ASSERT_EQ(found, 80);
+    }
+}
+
+TEST(ZvType, FieldCacheIsMadeAnewAndTheMethodCacheOnce) {
+    const ZvDictionary$ fields = Racing::s_type.GetFields();
+    EXPECT_TRUE(Racing::s_type.GetFields() == fields);
+    const ZvDictionary$ anew = Racing::s_type.CreateFieldCache();
+    EXPECT_TRUE(anew != fields);
+    EXPECT_TRUE(Racing::s_type.GetFields() == anew);
+    EXPECT_EQ(fields->ReferenceCount(), 1);                             // the descriptor has let go of the old one
+    EXPECT_EQ(anew->ReferenceCount(), 2);
+    EXPECT_TRUE(Racing::s_type.CreateMethodCache() == Racing::s_type.CreateMethodCache());
+    const ZvType copy(Racing::s_type);
+    EXPECT_EQ(anew->ReferenceCount(), 3);                               // shared by handle
 }
 
 TEST(ZvModuleState, KeepsItsTypesNewestFirstAndLeavesTheTableAtItsEnd) {

@@ -1,4 +1,4 @@
-// Uses the task pool before the library's end and after it: an exit handler that was there before the library runs when all of
+// Uses the task pool, and looks for a module, before the library's end and after it: an exit handler that was there before the library runs when all of
 // the library's statics are gone, while it is still mapped.
 #include "zvc/concurrency/Delegate.h"
 #include "zvc/core/ZvSystem.h"
@@ -16,6 +16,7 @@ using End = zvc::Delegate<void(const ZvSystem::ThreadInfo&)>;
 
 void (*s_addTask)(ZvSystem::TaskQueue, Body&, unsigned int, End&, void*);
 void (*s_startTask)();
+ZvModuleState* (*s_findModule)(const char*);
 std::atomic<int> s_pieces{0};
 
 template <class Function>
@@ -35,6 +36,7 @@ void AfterTheEnd() {
     s_startTask();
     AddOne();
     std::printf("after: %d pieces\n", s_pieces.load());
+    std::printf("after: %s\n", s_findModule("ZVC") != nullptr ? "a module" : "no module");
 }
 
 }
@@ -47,7 +49,9 @@ int main(int argc, char** argv) {
     Find(library, s_addTask,
          "_ZN8ZvSystem7AddTaskENS_9TaskQueueERN3zvc8DelegateIFvRKNS_10ThreadInfoEjPvEEEjRNS2_IFvS5_EEES6_");
     Find(library, s_startTask, "_ZN8ZvSystem9StartTaskEv");
+    Find(library, s_findModule, "_ZN8ZvSystem10FindModuleEPKc");
     AddOne();
     while (s_pieces == 0) sched_yield();
     std::printf("before: %d piece\n", s_pieces.load());
+    std::printf("before: %s\n", s_findModule("ZVC") != nullptr ? "a module" : "no module");
 }

@@ -5,13 +5,12 @@
 // Each reflected class X that is passed around has a handle class X$ of its own, so that overloads and exported
 // signatures tell ZvString$ from ZvObject$. A class without one uses ZvHandle<X, ZvObject$>. Widening is a copy;
 // narrowing is the checked cast: a handle on an object that is no X becomes a null X$. Both are implicit.
-// Comparison is identity. There is no check for null behind -> and *.
+// Comparison is identity; nullptr, NULL and 0 compare as the null pointer. There is no check for null behind -> and *.
 //
 // Copying and destroying handles is safe from any number of threads, each with a handle of its own.
 
 #include "zvc/core/ZvObject.h"
 
-#include <cstddef>
 #include <type_traits>
 #include <utility>
 
@@ -75,7 +74,6 @@ public:
 
     friend bool operator==(const ZvObject$& a, const ZvObject$& b) noexcept { return a.m_object == b.m_object; }
     friend bool operator==(const ZvObject$& a, const ZvObject* b) noexcept { return a.m_object == b; }
-    friend bool operator==(const ZvObject$& a, std::nullptr_t) noexcept { return a.m_object == nullptr; }
 
 protected:
     using Root = ZvObject;
@@ -138,7 +136,6 @@ public:
 
     friend bool operator==(const ZvInterface$& a, const ZvInterface$& b) noexcept { return a.m_interface == b.m_interface; }
     friend bool operator==(const ZvInterface$& a, const ZvInterface* b) noexcept { return a.m_interface == b; }
-    friend bool operator==(const ZvInterface$& a, std::nullptr_t) noexcept { return a.m_interface == nullptr; }
 
 protected:
     using Root = ZvInterface;

@@ -9,6 +9,7 @@ struct ZvMonitor::WaitRecord {
 
 ZvMonitor::ZvMonitor() = default;
 
+// The semaphore is plain words and no handle: there is nothing to close. It is meant so that no end of a monitor ever closes one.
 ZvMonitor::~ZvMonitor() { delete m_record; }
 
 ZvMonitor::WaitRecord* ZvMonitor::EnsureRecord() {

@@ -100,7 +100,8 @@ thread_local Waiting* t_waiting __attribute__((tls_model("initial-exec"))) = nul
 
 }
 
-void ZvObject::Destroy() {
+// An exception of OnDispose ends here, whether a handle or a plain Release let the object go.
+void ZvObject::Destroy() noexcept {
     if (t_endDepth >= DeepestEnd) {
         if (auto* waiting = static_cast<Waiting*>(std::malloc(sizeof(Waiting)))) {
             *waiting = Waiting{this, t_waiting};

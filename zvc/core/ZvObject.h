@@ -43,7 +43,7 @@ public:
     virtual void Encode(ZvStream$& stream, ZvCoder* coder) const;
     virtual void Decode(ZvStream$& stream, ZvCoder* coder);
 
-    /// Called once when the last owner lets go, while the object is still whole. Must not throw.
+    /// Called once when the last owner lets go, while the object is still whole. Must not throw: that ends the process.
     virtual void OnDispose();
 
     /// The number of owners.
@@ -105,7 +105,7 @@ protected:
 
 private:
     static uint32_t TakeSerial() noexcept;
-    void Destroy();
+    void Destroy() noexcept;
     ZvMonitor* EnsureMonitor() const {
         ZvMonitor* monitor = m_monitor.load(std::memory_order_acquire);
         return monitor != nullptr ? monitor : MakeMonitor();

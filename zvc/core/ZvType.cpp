@@ -37,6 +37,22 @@ const char* CutName(const char* name) {
     return found != nullptr ? found + 6 : name;
 }
 
+// A descriptor's cache is read without a lock, so that what somebody may be looking at stays: of two threads that build one,
+// the first sets it and the other takes it.
+ZvDictionary* SetFirst(std::atomic<ZvDictionary*>& cache, const ZvDictionary$& built) {
+    ZvDictionary* there = nullptr;
+    built->Retain();
+    if (cache.compare_exchange_strong(there, built.Get(), std::memory_order_acq_rel, std::memory_order_acquire)) return built.Get();
+    built->Release();
+    return there;
+}
+
+void Set(std::atomic<ZvDictionary*>& cache, ZvDictionary* replacement) {
+    if (replacement != nullptr) replacement->Retain();
+    ZvDictionary* const old = cache.exchange(replacement, std::memory_order_acq_rel);
+    if (old != nullptr) old->Release();
+}
+
 template <class Map>
 Map* Call(Map* (*function)()) {
     return function != nullptr ? function() : nullptr;
@@ -75,21 +91,28 @@ ZvType::ZvType(const ZvType& other)
       m_fieldMap(other.m_fieldMap), m_methodMap(other.m_methodMap), m_hasCodec(other.m_hasCodec),
       m_nextInModule(other.m_nextInModule), m_typeInfo(other.m_typeInfo), m_module(other.m_module),
       m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_identity(other.m_identity), m_compiled(other.m_compiled.load()),
-      m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
-      m_hasFieldCache(other.m_hasFieldCache.load()), m_hasMethodCache(other.m_hasMethodCache.load()),
-      m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
-    for (unsigned int i = 0; i < LineLength; ++i) m_line[i].store(other.m_line[i].load());
+      m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask) {
+    Set(m_fieldCache, other.m_fieldCache.load());
+    Set(m_methodCache, other.m_methodCache.load());
+    // In its own line the copy stands in the source's place.
+    for (unsigned int i = 0; i < LineLength; ++i) {
+        const ZvType* entry = other.m_line[i].load();
+        m_line[i].store(entry == &other ? this : entry);
+    }
 }
 
 ZvType::~ZvType() {
-    if (!m_registered) return;
-    ZvSystem::UnregistType(this);
-    // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
-    if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
-        for (auto& [name, type] : ZvSystemState::Get().types) {
-            type->m_hasMethodCache = false;
-            type->m_methodCache = ZvDictionary$();
-        }
+    auto& state = ZvSystemState::Get();
+    // Empty descriptors and copies are not in the registry, unless somebody has put them there.
+    if (m_registered || (!state.closing && ZvSystem::FindType(m_name) == this)) {
+        ZvSystem::UnregistType(this);
+        // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
+        if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
+            for (auto& [name, type] : state.types) Set(type->m_methodCache, nullptr);
+    }
+    Set(m_fieldCache, nullptr);
+    Set(m_methodCache, nullptr);
+    if (m_ownsOffsets) delete m_offsets;
 }
 
 ZvType* ZvType::GetType() const { return &s_type; }
@@ -116,18 +139,21 @@ ZvObject* ZvType::CreateObject() { return m_create != nullptr ? m_create() : nul
 size_t ZvType::CalcOffsetSlow(const ZvType* t) const {
     if (m_baseCount == 0) return ZvNoOffset;
     auto* self = const_cast<ZvType*>(this);      // the map is a cache: compiling changes nothing that callers see
-    Lock();
-    while (!m_compiled.load(std::memory_order_relaxed)) {
-        self->Compile();
-        self->m_compiled.store(true, std::memory_order_release);
+    {
+        ZvLock lock(this);
+        while (!m_compiled.load(std::memory_order_relaxed)) {
+            self->Compile();
+            self->m_compiled.store(true, std::memory_order_release);
+        }
     }
-    Unlock();
     return OffsetOf(*t);
 }
 
 void ZvType::Compile() {
     if (m_compiled.load(std::memory_order_acquire)) return;
-    m_offsets = std::make_shared<OffsetMap>();
+    if (m_ownsOffsets) delete m_offsets;
+    m_offsets = new OffsetMap;
+    m_ownsOffsets = true;
     for (unsigned int i = 0; i < m_baseCount; ++i) m_offsets->Add(m_bases[i].type, m_bases[i].offset);
     for (unsigned int i = 0; i < m_baseCount; ++i) CompileBaseOffset(m_bases[i], 0);
     BuildTable();
@@ -180,21 +206,14 @@ void ZvType::BuildTable() {
     m_tableMask = slots - 1;
 }
 
-// Threads that meet at a class for the first time wait for the one that builds: a handle must not be read while it is set.
-const ZvDictionary$& ZvType::FieldCache() const {
-    if (!m_hasFieldCache.load(std::memory_order_acquire)) {
-        ZvLock lock(this);
-        if (!m_fieldCache) CreateFieldCache();
-    }
-    return m_fieldCache;
+ZvDictionary* ZvType::FieldCache() const {
+    ZvDictionary* const cache = m_fieldCache.load(std::memory_order_acquire);
+    return cache != nullptr ? cache : SetFirst(m_fieldCache, BuildFieldCache());
 }
 
-const ZvDictionary$& ZvType::MethodCache() const {
-    if (!m_hasMethodCache.load(std::memory_order_acquire)) {
-        ZvLock lock(this);
-        if (!m_methodCache) BuildMethodCache();
-    }
-    return m_methodCache;
+ZvDictionary* ZvType::MethodCache() const {
+    ZvDictionary* const cache = m_methodCache.load(std::memory_order_acquire);
+    return cache != nullptr ? cache : CreateMethodCache().Get();
 }
 
 ZvDictionary$ ZvType::GetFields() { return FieldCache(); }
@@ -222,19 +241,22 @@ ZvDictionary$ ZvType::GetFieldValues(const ZvObject* o) {
     return values;
 }
 
-ZvDictionary$ ZvType::CreateFieldCache() const {
+ZvDictionary$ ZvType::BuildFieldCache() const {
     ZvDictionary$ cache = new ZvDictionary;
     // From the class upward, each map replacing what is there: of two equal names the base's field wins.
     for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr)
         if (t->m_fieldMap != nullptr) t->m_fieldMap->GetFieldInfos(cache);
-    m_fieldCache = cache;
-    m_hasFieldCache.store(true, std::memory_order_release);
     return cache;
 }
 
-ZvDictionary$ ZvType::CreateMethodCache() const { return MethodCache(); }
+ZvDictionary$ ZvType::CreateFieldCache() const {
+    ZvDictionary$ cache = BuildFieldCache();
+    Set(m_fieldCache, cache.Get());
+    return cache;
+}
 
-void ZvType::BuildMethodCache() const {
+ZvDictionary$ ZvType::CreateMethodCache() const {
+    if (ZvDictionary* const there = m_methodCache.load(std::memory_order_acquire)) return there;
     ZvDictionary$ cache = new ZvDictionary;
     // Of two equal signatures the first added stays, which is the class's own.
     for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr) {
@@ -242,8 +264,7 @@ void ZvType::BuildMethodCache() const {
         ZvMethod$* methods = t->m_methodMap->GetMethods();
         for (unsigned int i = 0; i < t->m_methodMap->GetNumMethod(); ++i) cache->Add(methods[i], methods[i]);
     }
-    m_methodCache = cache;
-    m_hasMethodCache.store(true, std::memory_order_release);
+    return SetFirst(m_methodCache, cache);
 }
 
 // As the cache would find a key made of the three, but without making one: calls by name are many.

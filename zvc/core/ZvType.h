@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 #include <typeinfo>
 
 class ZvConstructorMap;
@@ -35,7 +34,8 @@ struct ZvTypeOptions {
 /// versions too. 0x80000001 is version 1 with tolerance, 1 is version 1 with exact match, 0 is never stored.
 ///
 /// A descriptor is immutable after its construction but for the map of its ancestors and two caches. The map is built
-/// under the descriptor's own lock; the caches are built without one (two threads may build them, the last one stays).
+/// under the descriptor's own lock; the caches are built without one: two threads that meet an unbuilt cache may both build
+/// it, and one of the two stays.
 class ZV_API ZvType : public ZvObject {
 public:
     /// Kind bits of the class-spec word.
@@ -126,10 +126,12 @@ public:
     ZvDictionary$ GetFields();
     ZvField$ FindField(const ZvString$& name);
     ZvDictionary$ GetFieldValues(const ZvObject* o);
+    /// Builds it anew, in place of what was there: not while another thread uses the fields.
     ZvDictionary$ CreateFieldCache() const;
 
     /// The method with exactly this name, result and arguments, own or inherited; null when there is none.
     ZvMethod$ Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args);
+    /// Method to method, own and inherited; built when missing.
     ZvDictionary$ CreateMethodCache() const;
 
     /// A new object by the constructor that takes exactly args; null without a match. Bases are not searched.
@@ -174,9 +176,9 @@ private:
     }
     size_t CalcOffsetSlow(const ZvType* t) const;
     void BuildTable();
-    const ZvDictionary$& FieldCache() const;
-    const ZvDictionary$& MethodCache() const;
-    void BuildMethodCache() const;
+    ZvDictionary$ BuildFieldCache() const;
+    ZvDictionary* FieldCache() const;
+    ZvDictionary* MethodCache() const;
 
     ZvString$ m_name;
     size_t m_size = 0;
@@ -192,19 +194,18 @@ private:
     const std::type_info* m_typeInfo = nullptr;
     ZvModuleState* m_module = nullptr;
     unsigned int m_classSpec = 0;
-    std::shared_ptr<OffsetMap> m_offsets;      // everything Compile found; copies share it
+    OffsetMap* m_offsets = nullptr;            // everything Compile found
     bool m_identity = false;
     bool m_registered = false;                 // a working descriptor, not an empty one or a copy
     std::atomic<bool> m_compiled{false};
+    bool m_ownsOffsets = false;                // m_offsets is of our making: a copy shares the map that it came with
     mutable std::atomic<unsigned int> m_depth{0};
     std::atomic<bool> m_lineIsAll{false};      // compiled, and every ancestor stands in the line, the class itself too
     std::atomic<const ZvType*> m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
     const Entry* m_table = nullptr;
     size_t m_tableMask = 0;
-    mutable std::atomic<bool> m_hasFieldCache{false};    // whoever sees them set may read the caches without a lock
-    mutable std::atomic<bool> m_hasMethodCache{false};
-    mutable ZvDictionary$ m_fieldCache;
-    mutable ZvDictionary$ m_methodCache;
+    mutable std::atomic<ZvDictionary*> m_fieldCache{nullptr};    // counted, and read without a lock
+    mutable std::atomic<ZvDictionary*> m_methodCache{nullptr};
 };
 
 inline ZvObject* zvc::detail::CastObject(ZvObject* o, const ZvType& type) {
