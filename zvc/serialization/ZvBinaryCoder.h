@@ -154,7 +154,7 @@ private:
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
     long long TakeId(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
-    size_t Take(ZvStream$& stream, void* data, size_t size);
+    size_t Take(ZvStream$& stream, void* data, size_t size, bool* failed = nullptr);
     void RequireWrite(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
     void RequireRead(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
 
@@ -169,6 +169,7 @@ private:
     std::shared_ptr<Versions> m_versions;
     std::vector<unsigned char> m_tagStack;
     unsigned long long m_level = 0;
+    unsigned long long m_taken = 0;           // bytes that streams gave when they were asked: those of a window are not in it
     zvc::detail::OutputWindow m_out;
     zvc::detail::InputWindow m_in;
 };
