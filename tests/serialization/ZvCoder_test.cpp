@@ -297,6 +297,27 @@ TEST(ZvCoder, ReadingLessThanWasWrittenMisalignsTheStream) {
     EXPECT_EQ(in.stream->Tellg(), position + 1);               // where the failure left it: behind the tag
 }
 
+TEST(ZvCoder, CoderThatNeedsNoStreamIsGivenNone) {
+    const auto decoded = [](ZvObject* object) -> ZvObject$ {
+        const ZvObject$ o = object;
+        ZvStream$ none;
+        Recording coder;                     // gives a count of 1, and then 2, or null
+        o->Decode(none, &coder);
+        return o;
+    };
+    EXPECT_EQ(ZvArrayList$(decoded(new ZvArrayList))->Count(), 1u);
+    EXPECT_EQ(ZvDictionary$(decoded(new ZvDictionary))->Count(), 1u);
+    EXPECT_EQ(ZvHashSet$(decoded(new ZvHashSet))->Count(), 1u);
+    EXPECT_EQ(ZvQueue$(decoded(new ZvQueue))->Count(), 1u);
+    EXPECT_EQ(ZvStack$(decoded(new ZvStack))->Count(), 1u);
+    EXPECT_TRUE(!ZvSerializationInfo$(decoded(new ZvSerializationInfo))->GetValue(new ZvString("a")));
+    EXPECT_EQ(static_cast<ZvData*>(decoded(new ZvData).Get())->GetCount(), 1u);
+    const ZvObject$ floats = decoded(new ZvPrimArray<float>(0, nullptr));
+    EXPECT_EQ((*static_cast<ZvPrimArray<float>*>(floats.Get()))[0], 2.0f);
+    const ZvObject$ numbers = decoded(new ZvVector<int>);
+    EXPECT_EQ((*static_cast<ZvVector<int>*>(numbers.Get()))[0], 2);
+}
+
 TEST(ZvCoderException, NumbersOfTheCauses) {
     EXPECT_EQ(static_cast<int>(ZvCoderException::StreamFailed), 1);
     EXPECT_EQ(static_cast<int>(ZvCoderException::NotWritable), 2);

@@ -1,4 +1,8 @@
 #include "support/Cases.h"
+#include "support/Slots.h"
+
+#include <atomic>
+#include <thread>
 
 using namespace cases;
 
@@ -81,6 +85,38 @@ TEST(ZvObjectIDGenerator, IsAPlainClassOfTheLibrary) {
     EXPECT_EQ(generator->GetType()->GetSchema(), 0x80000001u);
     EXPECT_FALSE(generator->GetType()->HasCodec());
     EXPECT_EQ(generator->GetType()->CreateObject(), nullptr);
+}
+
+TEST(ZvObjectIDGenerator, OperationsStandInTheirSlots) {
+    constexpr size_t before = 12;                        // what every class has, in front of the first of its own
+    EXPECT_EQ(SlotOf(&ZvObjectIDGenerator::GetId), before + 1);
+    EXPECT_EQ(SlotOf(&ZvObjectIDGenerator::HasId), before + 2);
+}
+
+TEST(ZvObjectIDGenerator, ThreadsShareOneNumbering) {
+    ZvObjectIDGenerator generator;
+    std::vector<ZvObject$> objects(2000);
+    for (ZvObject$& o : objects) o = new ZvObject;
+    std::atomic<int> entered = 0;
+    std::atomic<bool> agree = true;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (const ZvObject$& o : objects) {
+                bool first = false;
+                const long long id = generator.GetId(o.Get(), &first);
+                entered += first;
+                if (generator.HasId(o.Get(), &first) != id || first) agree = false;
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(entered, 2000);                            // each object entered by one of the threads
+    EXPECT_TRUE(agree);
+    std::set<long long> ids;
+    for (const ZvObject$& o : objects) ids.insert(generator.HasId(o.Get(), nullptr));
+    EXPECT_EQ(ids.size(), 2000u);
+    EXPECT_EQ(*ids.begin(), 1);
+    EXPECT_EQ(*ids.rbegin(), 2000);                      // no gaps
 }
 
 TEST(ZvObjectIDGenerator, ComputedCases) {

@@ -1,5 +1,7 @@
 #include "support/Cases.h"
 
+#include <thread>
+
 using namespace cases;
 
 TEST(ZvObjectManager, IdZeroAndIdsThatAreNotThereAreNull) {
@@ -55,6 +57,23 @@ TEST(ZvObjectManager, CopiesHoldReferencesOfTheirOwn) {
     EXPECT_EQ(manager.GetObjectA(2), nullptr);
     EXPECT_EQ(copy.GetObjectA(2), b.Get());
     EXPECT_EQ(assigned.GetObjectA(1), a.Get());
+}
+
+TEST(ZvObjectManager, ThreadsRegisterAndFindSideBySide) {
+    ZvObjectManager manager;
+    const ZvObject$ a = new ZvObject;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 1000; ++i) {
+                manager.RegistObject(a.Get(), 1);
+                EXPECT_EQ(manager.GetObjectA(1), a.Get());
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(manager.GetObjectA(2000), a.Get());
+    EXPECT_EQ(manager.GetObjectA(2001), nullptr);
+    EXPECT_EQ(a->ReferenceCount(), 2001);
 }
 
 TEST(ZvObjectManager, ComputedCases) {

@@ -1,6 +1,7 @@
 #include "serialization/CaseClasses.h"
 #include "support/Cases.h"
 #include "support/Coding.h"
+#include "support/Slots.h"
 
 using namespace cases;
 
@@ -109,6 +110,10 @@ TEST(ZvSerializationInfo, CountThatNothingBearsOutRaises) {
         ZvStream$ stream = StreamOf(bytes);
         EXPECT_THROW(info.Decode(stream, Coder(0).Get()), ZvCoderException) << bytes;
     }
+}
+
+TEST(ZvISerializable, ItsOperationStandsBehindThoseOfEveryInterface) {
+    EXPECT_EQ(SlotOf(&ZvISerializable::GetObjectData), SlotOf(&ZvInterface::Release) + 1);
 }
 
 TEST(ZvISerializable, CodecWinsOverTheBag) {

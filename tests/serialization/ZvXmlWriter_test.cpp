@@ -384,6 +384,23 @@ TEST(ZvXmlWriter, CopiesGoOnIndependentlyOnOneStream) {
     EXPECT_EQ(elsewhere.Taken(), "");
 }
 
+TEST(ZvXmlWriter, AssignmentTakesStreamStackAndFlags) {
+    const cases::Memory memory, left;
+    const ZvXmlWriter$ first = ZvXmlWriter::Create(memory.stream, true);
+    const ZvXmlWriter$ second = ZvXmlWriter::Create(left.stream, false);
+    first->WriteStartDocument(true);
+    first->WriteStartElement(S("a"));
+    const std::string before = memory.Taken();
+    *second = *first;
+    second->WriteStartDocument(true);        // already written
+    second->WriteStartElement(S("b"));       // ends the bracket, one level deep
+    second->WriteEndElement();
+    second->WriteEndElement();
+    first->WriteEndElement();
+    EXPECT_EQ(memory.Taken(), before + ">\n\t<b/>\n</a>\n" + "/>\n");
+    EXPECT_EQ(left.Taken(), "");
+}
+
 TEST(ZvXmlWriter, CreateMakesAWriterThatKeepsItsStream) {
     ZvStream$ stream = cases::Memory().stream;
     const ZvXmlWriter$ writer = ZvXmlWriter::Create(stream, false);

@@ -50,8 +50,9 @@ ZvBinaryCoder::~ZvBinaryCoder() = default;
 // ---- bytes ------------------------------------------------------------------------------------------------------------
 
 // Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring less than was asked
-// for. What does not come is zero. Answers the bytes that came.
-size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
+// for. What does not come is zero. Answers the bytes that came. A stream may tell of its failure once: failed keeps that for
+// who reports it.
+size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size, bool* failed) {
     if (size == 0) return 0;             // data may be null then
     if (m_in.IsOn(stream.Get())) {
         if (const unsigned char* at = m_in.Look(size)) {
@@ -66,8 +67,12 @@ size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
         const long long got = stream->Read(bytes + done, static_cast<long long>(size - done));
         if (got <= 0) break;
         done += static_cast<size_t>(got);
-        if (done < size && stream->Fail()) break;
+        if (done < size && stream->Fail()) {
+            if (failed != nullptr) *failed = true;
+            break;
+        }
     }
+    m_taken += done;
     std::memset(bytes + done, 0, size - done);
     return done;
 }
@@ -249,8 +254,9 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
 
 void ZvBinaryCoder::Read(ZvStream$& stream, void* data, unsigned long long size) {
     RequireRead(stream, Causes::NotWritable, "ZvBinaryCoder::Read");
-    Take(stream, data, size);
-    if (stream->Fail()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
+    bool failed = false;
+    Take(stream, data, size, &failed);
+    if (failed || stream->Fail()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
 }
 
 void ZvBinaryCoder::Read(ZvStream$& stream, bool& value) {

@@ -157,7 +157,7 @@ private:
     unsigned long long TakeBytes(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
     bool PutTagged(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
-    size_t Take(ZvStream$& stream, void* data, size_t size);
+    size_t Take(ZvStream$& stream, void* data, size_t size, bool* failed = nullptr);
     void RequireWrite(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
     void RequireRead(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
 
@@ -172,6 +172,7 @@ private:
     std::shared_ptr<Versions> m_versions;
     std::vector<unsigned char> m_tagStack;
     unsigned long long m_level = 0;
+    unsigned long long m_taken = 0;           // bytes that streams gave when they were asked: those of a window are not in it
     zvc::detail::OutputWindow m_out;
     zvc::detail::InputWindow m_in;
 };

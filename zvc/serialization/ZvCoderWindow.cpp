@@ -135,6 +135,7 @@ const unsigned char* InputWindow::Fill(size_t size) {
     uint32_t got = 0;
     if (platform::FileRead(static_cast<ZvFileStream*>(m_stream)->m_handle, m_end, static_cast<uint32_t>(BufferSize - have), &got))
         m_end += got;
+    m_filled += got;
     if (static_cast<size_t>(m_end - m_next) >= size) return m_next;
     Settle();                                   // what is left is less than was asked for: the stream itself shows how it ends
     return nullptr;

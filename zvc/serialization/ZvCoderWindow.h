@@ -102,6 +102,9 @@ public:
     /// Bytes that are surely still to come.
     uint64_t Remaining() const;
 
+    /// Bytes that files gave, those too that were put back and came again.
+    uint64_t Filled() const { return m_filled; }
+
     /// True on a reader of pipes, where waiting for more than is surely still to come could be for ever, and which takes
     /// large blocks straight to their place.
     bool IsAhead() const { return m_ahead != nullptr; }
@@ -113,6 +116,7 @@ private:
     ZvStream* m_stream = nullptr;
     unsigned int m_depth = 0;
     bool m_isFile = false;
+    uint64_t m_filled = 0;
     ReadAhead* m_ahead = nullptr;
     unsigned char** m_cursor = &m_next;
     unsigned char** m_limit = &m_end;

@@ -1,6 +1,7 @@
 #include "zvc/serialization/ZvRun.h"
 
 #include "zvc/serialization/ZvBinaryCoderImpl.h"
+#include "zvc/serialization/ZvMemoryStream.h"
 #include "zvc/values/CG.h"
 #include "zvc/imaging/zvcolor.h"
 
@@ -20,6 +21,7 @@ struct RunAccess {
     static OutputWindow& Out(ZvBinaryCoder& coder) { return coder.m_out; }
     static InputWindow& In(ZvBinaryCoder& coder) { return coder.m_in; }
     static size_t Take(ZvBinaryCoder& coder, ZvStream$& stream, void* data, size_t size) { return coder.Take(stream, data, size); }
+    static unsigned long long Taken(const ZvBinaryCoder& coder) { return coder.m_taken + coder.m_in.Filled(); }
     static bool TagIsPushed(const ZvBinaryCoder& coder) { return !coder.m_tagStack.empty(); }
 };
 
@@ -147,15 +149,33 @@ size_t ReadAtOnce(ZvBinaryCoder& coder, ZvStream$& stream, T* values, size_t cou
     }
 }
 
+// A coder of somebody else may need no stream at all.
+long long PositionOf(const ZvStream$& stream) { return stream ? stream->Tellg() : 0; }
+
 }
 
-Arrival::Arrival(ZvStream$& stream) : m_stream(stream), m_last(stream->Tellg()) {}
+// A memory stream's last byte counts as come each time: there the position alone tells.
+Arrival::Arrival(ZvStream$& stream, ZvCoder* coder)
+    : m_stream(stream),
+      m_counter(coder->IsKindOf(&ZvBinaryCoder::s_type) && !stream->IsKindOf(&ZvMemoryStream::s_type)
+                    ? static_cast<ZvBinaryCoder*>(coder) : nullptr),
+      m_position(PositionOf(stream)), m_taken(Taken()) {}
 
-// A stream that cannot tell its position, as a standard-library one that came to its end, has its failure alone to tell.
+unsigned long long Arrival::Taken() const { return m_counter != nullptr ? RunAccess::Taken(*m_counter) : 0; }
+
+// A pipe has no position, and neither has a file behind 4 GiB; what the coder reads in place, in a window on memory or in a
+// channel's buffer, it does not count. Each of the two tells where the other does not.
+bool Arrival::StandsStill() {
+    const long long position = PositionOf(m_stream);
+    const unsigned long long taken = Taken();
+    const bool moved = position != m_position || taken != m_taken;
+    m_position = position;
+    m_taken = taken;
+    return !moved && (m_counter != nullptr || (m_stream && m_stream->Fail()));
+}
+
 void Arrival::Look() {
-    const long long now = m_stream->Tellg();
-    if (now >= 0 ? now == m_last : m_stream->Fail()) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Read");
-    m_last = now;
+    if (StandsStill()) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Read");
     m_bytes = 0;
 }
 
@@ -181,7 +201,7 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
     if (ZvBinaryCoder* own = RunAccess::Exactly(coder)) {
         InputScope scope(RunAccess::In(*own), stream);
         if (RunAccess::In(*own).IsOn(stream.Get())) done = ReadAtOnce(*own, stream, values, count);
-        Arrival arrival(stream);
+        Arrival arrival(stream, coder);
         for (; done < count; ++done) {
             own->Read(stream, values[done]);
             arrival.After(sizeof(T));
@@ -189,7 +209,7 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
         return;
     }
     if constexpr (IsRaw<T> || std::is_integral_v<ScalarOf<T>>) std::memset(static_cast<void*>(values), 0, count * sizeof(T));
-    Arrival arrival(stream);
+    Arrival arrival(stream, coder);
     for (; done < count; ++done) {
         coder->Read(stream, values[done]);
         arrival.After(sizeof(T));

@@ -7,6 +7,8 @@
 
 #include "zvc/serialization/ZvCoder.h"
 
+class ZvBinaryCoder;
+
 namespace zvc::detail {
 
 /// Writes count elements in order.
@@ -22,19 +24,25 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
 /// may be made of it, or of no bytes at all. After so much of that comes ZvCoderException (StreamFailed).
 class ZV_API Arrival {
 public:
-    explicit Arrival(ZvStream$& stream);
+    Arrival(ZvStream$& stream, ZvCoder* coder);
     /// An element of that many bytes has come.
     void After(size_t bytes) {
         m_bytes += bytes;
         if (m_bytes >= Slack) Look();
     }
+    /// True when nothing has arrived since the last call, or since the beginning, as far as the stream and the coder tell. Of a
+    /// coder that is none of the library's nothing is known: its stream has to have failed as well.
+    bool StandsStill();
 
 private:
     static constexpr size_t Slack = 64 * 1024;
     void Look();
+    unsigned long long Taken() const;
 
     ZvStream$& m_stream;
-    long long m_last;
+    ZvBinaryCoder* m_counter;                // knows how many bytes came; null where that says nothing
+    long long m_position;
+    unsigned long long m_taken;
     size_t m_bytes = 0;
 };
 

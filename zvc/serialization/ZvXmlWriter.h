@@ -21,6 +21,9 @@ class ZV_API ZvXmlWriter : public ZvObject {
 public:
     static ZvXmlWriter$ Create(ZvStream$ stream, bool indent);
 
+    /// Goes on from where the other stands, on its stream, by itself.
+    ZvXmlWriter& operator=(const ZvXmlWriter& other);
+
     /// The text of a value, where the stream stands: in an attribute, or as content. It does not close a start tag. Floats
     /// have 6 significant digits; the components of vectors and colours 6 decimals, with a blank between them; a bool is 1
     /// or 0; an unsigned char is one character. A string is escaped and converted from the system's code page to UTF-8.
@@ -82,7 +85,6 @@ protected:
     ZvXmlWriter(const ZvStream$& stream, bool indent);
     /// A copy goes on by itself, on the same stream.
     ZvXmlWriter(const ZvXmlWriter& other);
-    ZvXmlWriter& operator=(const ZvXmlWriter& other);
     ~ZvXmlWriter() override;
 
     /// Ends an open start tag as that of an empty element; false when there is none.
@@ -100,5 +102,4 @@ protected:
 private:
     void OpenBracketEnds(bool indented);
     void WriteQuoted(const ZvString$& text);
-    void WriteEscaped(const ZvString$& text);
 };

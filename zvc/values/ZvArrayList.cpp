@@ -138,7 +138,7 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
     constexpr unsigned int atFirst = 4096;
     size_t capacity = std::max<size_t>(m_items.capacity(), count);
     if (std::min(count, atFirst) > m_items.capacity()) Reserve(std::min(count, atFirst));
-    zvc::detail::Arrival arrival(stream);
+    zvc::detail::Arrival arrival(stream, coder);
     const bool isItself = typeid(*this) == typeid(ZvArrayList);       // derived classes have an Add of their own
     for (unsigned int i = 0; i < count; ++i) {
         arrival.After(sizeof(ZvObject$));

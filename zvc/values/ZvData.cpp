@@ -85,12 +85,13 @@ void ZvData::Decode(ZvStream$& stream, ZvCoder* coder) {
     // finds the stream standing still: memory follows what arrives.
     constexpr size_t large = 1 << 20;
     std::vector<unsigned char> incoming;
+    zvc::detail::Arrival arrival(stream, coder);
     do {
         const size_t arrived = incoming.size();
-        const long long position = stream->Tellg();
         incoming.resize(arrived + zvc::detail::RoomFor(stream, coder, 1, arrived, count - arrived));
         coder->Read(stream, static_cast<void*>(incoming.data() + arrived), incoming.size() - arrived);
-        if (incoming.size() < count && arrived >= large && position >= 0 && stream->Tellg() == position)
+        const bool stands = arrival.StandsStill();
+        if (incoming.size() < count && arrived >= large && stands)
             throw ZvCoderException(ZvCoderException::StreamFailed, "ZvData", "ZvData::Decode", __LINE__, "");
     } while (incoming.size() < count);
     m_bytes.swap(incoming);
