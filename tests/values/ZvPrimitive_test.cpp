@@ -1,5 +1,6 @@
 #include "zvc/values/ZvPrimitive.h"
 
+#include "tests/support/ShortMemory.h"
 #include "tests/support/Slots.h"
 #include "tests/values/EncodedBytes.h"
 
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -181,6 +183,19 @@ TEST(ZvPrimitive, FactoryMakesTheDefaultValue) {
     EXPECT_EQ(ZvPrimitive<ZvInterface*>().value, nullptr);
     const ZvObject$ made = ZvPrimitive<int>::CreateInstance();
     EXPECT_EQ(made->GetType(), &ZvPrimitive<int>::s_type);
+}
+
+TEST(ZvPrimitive, FactoryGivesNullWhenMemoryRunsOut) {
+    if (!MemoryCanRunShort) GTEST_SKIP() << "the allocator does not give null";
+    EXPECT_TRUE(HoldsWithShortMemory([] {
+        for (size_t size = 1 << 20; size >= 8; size -= size > 1024 ? size / 2 : 8) {     // down to the last small block
+            void* volatile block = nullptr;
+            do block = std::malloc(size);
+            while (block != nullptr);
+        }
+        return ZvPrimitive<int>::CreateInstance() == nullptr && ZvPrimitive<CG::mat4<double>>::CreateInstance() == nullptr &&
+               ZvPrimitive<ZvObject$>::CreateInstance() == nullptr;
+    }));
 }
 
 TEST(ZvPrimitive, CreateFromPtrCopiesAndIgnoresTheSize) {

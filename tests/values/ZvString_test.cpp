@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Leaks.h"
+#include "support/Locale.h"
+#include "support/ShortMemory.h"
 
 #include <clocale>
 #include <cstdint>
@@ -473,17 +474,51 @@ TEST(ZvStringDeathTest, FormatThatCannotBePrintedEndsTheProcess) {
     EXPECT_DEATH(s.Format("%lc", static_cast<wint_t>(0x7FFFFFFF)), "");
 }
 
-TEST(ZvString, ExhaustionRaisesTheStandardExceptionAndKeepsTheText) {
-    constexpr size_t impossible = std::numeric_limits<size_t>::max() / 4;
-    EXPECT_THROW(ZvString("", impossible), std::bad_alloc);
-    ZvString s("some text that stays");
-    EXPECT_THROW(s.GetBuffer(impossible), std::bad_alloc);              // the text is discarded before
-    EXPECT_TRUE(s.Empty());
+TEST(ZvString, SizesThatNoMemoryHasRaiseTheStandardException) {
+    constexpr size_t most = std::numeric_limits<size_t>::max();
+    for (const size_t impossible : {most, most - 1, most - 7, most / 2, most / 4}) {
+        EXPECT_THROW(ZvString("", impossible), std::bad_alloc) << impossible;
+        ZvString s("some text that goes");
+        EXPECT_THROW(s.GetBuffer(impossible), std::bad_alloc) << impossible;
+        EXPECT_TRUE(s.Empty());                                         // the text is discarded before
+        EXPECT_TRUE(IsInline(s));
+    }
+}
+
+TEST(ZvString, ExhaustionRaisesTheStandardExceptionAndNotTheLibrarys) {
     try {
-        ZvString failing("", impossible);
+        ZvString failing("", std::numeric_limits<size_t>::max() / 4);
+        ADD_FAILURE() << "nothing raised";
     } catch (const ZvException&) {
-        ADD_FAILURE() << "not the library's exception";
+        ADD_FAILURE() << "the library's exception";
     } catch (const std::bad_alloc&) {
+    }
+}
+
+TEST(ZvString, TextStaysWhereAnAssignmentOrAnAppendFindsNoMemory) {
+    if (!MemoryCanRunShort) GTEST_SKIP() << "the allocator does not give null";
+    const std::string large(64 << 20, 'x');
+    for (const char* text : {"short", "a text on the heap"}) {
+        EXPECT_TRUE(HoldsWithShortMemory([&] {
+            ZvString s(text);
+            try {
+                s = large.c_str();
+                return false;
+            } catch (const std::bad_alloc&) {
+            }
+            if (s != text) return false;
+            s += "!";                                                   // and it is a string as before
+            return s == (std::string(text) + "!").c_str();
+        })) << text;
+        EXPECT_TRUE(HoldsWithShortMemory([&] {
+            ZvString s(text);
+            try {
+                s += large.c_str();
+                return false;
+            } catch (const std::bad_alloc&) {
+                return s == text;
+            }
+        })) << text;
     }
 }
 
@@ -511,6 +546,27 @@ TEST(ZvString, ConversionKeepsAscii) {
     EXPECT_EQ(TextOf(ZvString().ConvertFromUtf8()), "");
     EXPECT_EQ(TextOf(ZvString().ConvertToUtf8()), "");
     EXPECT_NE(s.ConvertToUtf8().Get(), &s);
+}
+
+// Latin-1 has one byte where UTF-8 has two: the two directions cannot be taken for each other.
+TEST(ZvString, ConvertsBetweenUtf8AndTheSystemsCodePage) {
+    const OwnLocale locale("de_DE", "ISO-8859-1", "de_DE.ISO-8859-1");
+    ASSERT_TRUE(locale.made);
+    const Environment environment("de_DE.ISO-8859-1");
+    EXPECT_EQ(TextOf(ZvString("a\xC3\xA4\xC3\x9F").ConvertFromUtf8()), "a\xE4\xDF");
+    EXPECT_EQ(TextOf(ZvString("a\xE4\xDF").ConvertToUtf8()), "a\xC3\xA4\xC3\x9F");
+    EXPECT_EQ(TextOf(ZvString("\xE2\x82\xAC.").ConvertFromUtf8()), "?.");           // the euro sign is not in this page
+    EXPECT_EQ(TextOf(ZvString("\xE4.").ConvertFromUtf8()), "?.");                   // ill-formed
+    EXPECT_EQ(TextOf(ZvString("\xC3\xA4").ConvertToUtf8()), "\xC3\x83\xC2\xA4");
+}
+
+TEST(ZvString, ConversionWithoutACodePageInTheEnvironmentIsThatOfUtf8) {
+    const Environment environment("C");
+    for (const char* text : {"a\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}) {
+        EXPECT_EQ(TextOf(ZvString(text).ConvertFromUtf8()), text);
+        EXPECT_EQ(TextOf(ZvString(text).ConvertToUtf8()), text);
+    }
+    EXPECT_EQ(TextOf(ZvString("a\xE4z").ConvertFromUtf8()), "a\xEF\xBF\xBDz");     // ill-formed
 }
 
 // ---- interning --------------------------------------------------------------------------------------------------------------------

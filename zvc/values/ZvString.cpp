@@ -16,7 +16,7 @@ ZV_DEFINE_CLASS(ZvString, (ZvObject), .spec = ZvType::SpecPrimitive, .codec = tr
 namespace {
 
 char* Allocate(size_t size) {
-    void* block = std::malloc(size);
+    void* block = size != 0 ? std::malloc(size) : nullptr;             // a text and its zero byte came round
     if (block == nullptr) throw std::bad_alloc();
     return static_cast<char*>(block);
 }
@@ -44,7 +44,7 @@ ZvString::~ZvString() {
 
 // Room for size bytes and the zero byte, in a new string; text, when there is one, has size bytes.
 inline void ZvString::Construct(const char* text, size_t size) {
-    if (size + 1 >= InlineSize) {
+    if (size >= InlineSize - 1) {
         m_buffer = Allocate(size + 1);
         m_capacity = size + 1;
     }
@@ -101,6 +101,7 @@ void ZvString::TakeInlineBack(bool freeBlock) {
 void ZvString::expand(size_t n) {
     const size_t length = GetLength();
     const size_t needed = n + 1 + length;
+    if (needed <= n) throw std::bad_alloc();           // came round
     if (needed < InlineSize || (!IsInline() && needed <= m_capacity)) return;
     char* block = Allocate(needed);
     std::memcpy(block, m_buffer, length + 1);

@@ -21,11 +21,11 @@ public:
     ZvString(const ZvString$& other);                ///< copies the text; the handle must not be null
     ~ZvString() override;
 
-    size_t GetLength() const { return std::strlen(m_buffer); }
-    const char* CStr() const { return m_buffer; }
-    bool Empty() const { return m_buffer[0] == '\0'; }
-    int operator!() const { return m_buffer[0] == '\0'; }
-    char& operator[](size_t index) { return m_buffer[index]; }
+    size_t GetLength() const { return std::strlen(m_buffer); }                          ///< bytes before the zero byte
+    const char* CStr() const { return m_buffer; }                                       ///< valid until the text changes
+    bool Empty() const { return m_buffer[0] == '\0'; }                                  ///< whether the first byte is zero
+    int operator!() const { return m_buffer[0] == '\0'; }                               ///< the same, as a number
+    char& operator[](size_t index) { return m_buffer[index]; }                          ///< the byte itself, not checked
     const char& operator[](size_t index) const { return m_buffer[index]; }
 
     /// Index of the first occurrence; all ones when there is none.
@@ -45,7 +45,7 @@ public:
 
     /// True for a string with the same bytes. False for null and for any other class.
     bool Equals(const ZvObject* other) const override;
-    ZvObject* Clone() const override;
+    ZvObject* Clone() const override;                ///< a new string with the same text
 
     /// Bytewise order, bytes as unsigned.
     bool operator<(const ZvString& s) const { return std::strcmp(m_buffer, s.m_buffer) < 0; }
@@ -61,7 +61,7 @@ public:
     /// Takes the text, which may lie in the string's own buffer; null clears the string.
     ZvString& operator=(const char* text);
 
-    ZvString& operator+=(const char* text);
+    ZvString& operator+=(const char* text);          ///< appends; the text may be the string's own, and is not null
     ZvString& operator+=(const ZvString& text);
     ZvString& operator+=(char c);
     ZvString operator+(const char* text) const;      ///< a null text gives a plain copy
@@ -78,13 +78,13 @@ public:
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     /// The text, taken as UTF-8, in the system's code page, and the other way round.
-    ZvString$ ConvertFromUtf8() const;
-    ZvString$ ConvertToUtf8() const;
+    ZvString$ ConvertFromUtf8() const;               ///< what is ill-formed, or not in the code page, is replaced:
+    ZvString$ ConvertToUtf8() const;                 ///< by U+FFFD, and by a question mark where that is not in the page
 
     /// A new string with the double quote, ampersand, less-than and greater-than sign as entities; the apostrophe stays.
     ZvString$ XmlEscape() const;
 
-    void Encode(ZvStream$& stream, ZvCoder* coder) const override;
+    void Encode(ZvStream$& stream, ZvCoder* coder) const override;                      ///< as the coder writes a string
     void Decode(ZvStream$& stream, ZvCoder* coder) override;
 
 private:
