@@ -5,7 +5,17 @@
 namespace remoting {
 
 namespace {
-ZvHashSet$ s_activatedTypes;
+
+// Never destroyed: at the process's end the descriptors of clients go before this library does, and a release would reach
+// into what is gone.
+union Kept {
+    constexpr Kept() : set() {}
+    ~Kept() {}
+    ZvHashSet$ set;
+};
+constinit Kept s_kept;
+ZvHashSet$& s_activatedTypes = s_kept.set;
+
 }
 
 ZvHashSet$ RemotingServices::m_remoteObjects;
