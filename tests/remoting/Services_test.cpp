@@ -2,6 +2,8 @@
 
 #include "Support.h"
 
+#include "support/Program.h"
+
 using remoting::ChannelServices;
 using remoting::RemotingConfigulation;
 using remoting::RemotingServices;
@@ -45,6 +47,13 @@ TEST(RemotingServices, KeepsObjectsUntilTheyAreUnregistered) {
     EXPECT_EQ(object->ReferenceCount(), 1);
     RemotingServices::UnregistRemoteObject(object);
     RemotingServices::m_remoteObjects = ZvHashSet$();
+}
+
+TEST(RemotingServices, LetGoOfTheirObjectsWhenTheProcessEnds) {
+    // A class that is still registered does no harm then: its descriptor is gone by that time.
+    const Outcome outcome = RunProgram(BesideTests("left_registered"));
+    EXPECT_EQ(outcome.output, "registered\nreleased\n");
+    EXPECT_EQ(outcome.code, 9);
 }
 
 TEST(RemotingServices, ConnectAlwaysGivesNull) {

@@ -177,6 +177,14 @@ TEST(ZvObjRef, MethodsAreFoundAtTheFarEnd) {
     calc->Forget();
 }
 
+TEST(ZvRemoteTypeInfo, FindsNoReferenceWhereTheMethodsStandForThemselves) {
+    const ZvType$ intType = TypeHandle(ZvPrimitive<int>::s_type);
+    const ZvArguments$ arguments = Arguments({Box(1), Box(2)});
+    EXPECT_TRUE(Calc::s_type.Find($L("Sum"), intType.Get(), arguments));
+    EXPECT_FALSE(ZvRemoteTypeInfo(&Calc::s_type).FindMethod($L("Sum"), intType, arguments));
+    EXPECT_FALSE(ZvRemoteTypeInfo(&AdderPlain::s_type).FindMethod($L("Sum"), intType, arguments));
+}
+
 TEST(ZvRemoteTypeInfo, KnowsNameAndMethodsOfItsType) {
     const ZvRemoteTypeInfo$ info = new ZvRemoteTypeInfo(&AdderPlain::s_type);
     EXPECT_EQ(info->GetTypeName(), AdderPlain::s_type.GetName());
@@ -280,6 +288,7 @@ namespace {
 class Stub : public remoting::Proxy {
 public:
     ZvObjRef$& Reference() { return m_reference; }
+    void Forget() { m_objRef = ZvObjRef$(); }
 };
 }
 
@@ -297,6 +306,27 @@ TEST(Proxy, IsABareBaseForStubs) {
     stub.Reference() = new ZvObjRef;
     Stub copy(stub);
     EXPECT_EQ(copy.Reference(), stub.Reference());
+}
+
+TEST(Proxy, IsTransparentLikeEveryClass) {
+    EXPECT_TRUE(remoting::Proxy::s_type.IsTransparent());
+    for (const char* name : {"ZvObject", "ZvInterface", "ZvType", "ZvString", "ZvInt32", "ZvInt32Array", "ZvMethod", "ZvConstructor",
+                             "ZvMarshalByRefObject", "ZvObjRef", "ZvMethodRef", "ZvRemoteTypeInfo", "ZvDictionary", "ZvChannel"}) {
+        const ZvType* type = ZvSystem::FindType(name);
+        ASSERT_NE(type, nullptr) << name;
+        EXPECT_TRUE(type->IsTransparent()) << name;
+    }
+}
+
+TEST(Proxy, CrossesAsAReferenceOnItself) {
+    Ends ends;
+    const ZvHandle<Stub, ZvMarshalByRefObject$> stub = new Stub;
+    const ZvObjRef$ reference = stub->CreateObjRef();
+    const ZvObjRef$ far = ends.Pass(stub);
+    ASSERT_TRUE(far);
+    EXPECT_EQ(*far->GetTypeInfo()->GetTypeName(), "remoting::Proxy");
+    EXPECT_EQ(ends.PassBack(far), static_cast<const ZvObject$&>(reference));
+    stub->Forget();
 }
 
 TEST(ZvBinaryCoder, TellsReferencesTheirChannel) {
