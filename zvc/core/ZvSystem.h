@@ -102,9 +102,9 @@ public:
 
     /// From now on a crash writes a full image of the process to the file at path, in place of any earlier one, and then ends
     /// the process with the status it would have had without: on Linux an ELF core that gdb opens, for SIGSEGV (a stack
-    /// overflow is one), SIGBUS, SIGILL, SIGFPE and SIGTRAP, if they are faults or end the process as they are sent; a handler
-    /// that was there before the first call is called after the image of a fault is written. Null does nothing. The image is
-    /// not written when the file cannot be; nothing tells so. Not to be called by two threads at a time.
+    /// overflow is one), SIGBUS, SIGILL, SIGFPE and SIGTRAP, if they are faults and not sent by somebody; a handler that was
+    /// there before the first call is called after the image is written. Null does nothing. The image is not written when the
+    /// file cannot be; nothing tells so. Not to be called by two threads at a time.
     ///
     /// A stack overflow is seen in threads made with ZvThread, in the threads of the library, and in those that exist when
     /// this is called. A thread that was made by other means later must have a stack for signals (sigaltstack).

@@ -8,9 +8,9 @@ namespace zvc::platform {
 /// the process as it would have ended without. A relative path counts from the directory at the time of the crash.
 ///
 /// On Linux the image is an ELF core for the debugger: all memory that can be read (except what its owner has marked as not to
-/// be dumped), all threads with their registers, the crashing one first. A crash is a fault of the machine (SIGSEGV, SIGBUS,
-/// SIGILL, SIGFPE, SIGTRAP), or one of these signals that somebody sends and that ends the process; abort() is none. After the
-/// image the handler that stood there before the first call has its turn, or the process ends with the signal.
+/// be dumped), all threads with their registers, the crashing one first. A crash is a fault of the machine: SIGSEGV, SIGBUS,
+/// SIGILL, SIGFPE, SIGTRAP; a signal that somebody sends and abort() are none. After the image the handler that stood there
+/// before the first call has its turn, or the process ends with the signal.
 ///
 /// An overflow of a stack is seen in the threads of this library and in those that exist at a call; a thread that the
 /// program makes by other means later has to call once itself. Not to be called by two threads at a time.

@@ -91,17 +91,16 @@ void AllowMisalignment() noexcept {
     __writeeflags(__readeflags() & ~AlignmentCheck);
 }
 
-// A signal that was sent, by raise for one, is a crash where it ends the process. Else it is only for whoever stood here before.
+// A signal that was sent is not for the dump, only for whoever stood here before.
 void OnFault(int signal, siginfo_t* info, void* frame) {
     AllowMisalignment();
     const int error = errno;
     auto& context = *static_cast<ucontext_t*>(frame);
-    const struct sigaction& earlier = EarlierOf(signal);
     const bool fault = info->si_code > 0;
-    const bool ends = earlier.sa_handler == SIG_DFL || (fault && !IsFunction(earlier));
-    if (fault || ends) Dump(signal, *info, context);
+    if (fault) Dump(signal, *info, context);
+    const struct sigaction& earlier = EarlierOf(signal);
     if (IsFunction(earlier)) CallEarlier(signal, info, context);
-    else if (ends) EndProcess(signal, info);
+    else if (fault || earlier.sa_handler == SIG_DFL) EndProcess(signal, info);
     errno = error;
 }
 
