@@ -24,6 +24,20 @@ constexpr uint32_t GenerationMask = 0x7FFFFF;
 constexpr uint32_t EndedBit = 0x80000000;
 constexpr uint32_t Failed = ~0u;
 
+// A join of the thread sanitizer waits for what only a thread that ends by itself tells it.
+#if defined(__SANITIZE_THREAD__)
+#define ZVC_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define ZVC_THREAD_SANITIZER 1
+#endif
+#endif
+#if defined(ZVC_THREAD_SANITIZER)
+constexpr bool KilledCanBeJoined = false;
+#else
+constexpr bool KilledCanBeJoined = true;
+#endif
+
 CriticalSection s_handlerSection;
 bool s_installed = false;
 struct sigaction s_previous;
@@ -165,11 +179,12 @@ void ThreadObject::End(uint32_t code) noexcept {
 }
 
 void ThreadObject::Publish(State state) noexcept {
+    if (state == Ended) {
+        __atomic_fetch_or(&m_seen, EndedBit, __ATOMIC_RELEASE);
+        FutexWake(&m_seen);
+    }
     __atomic_store_n(&m_state, static_cast<uint32_t>(state), __ATOMIC_RELEASE);
     FutexWake(&m_state);
-    if (state != Ended) return;
-    __atomic_fetch_or(&m_seen, EndedBit, __ATOMIC_RELEASE);
-    FutexWake(&m_seen);
 }
 
 void ThreadObject::Obey() noexcept {
@@ -281,9 +296,10 @@ void ThreadObject::Collect() noexcept {
         while (Now() == Joining) FutexWait(&m_state, Joining);
         return;
     }
-    pthread_join(m_thread, nullptr);
     Object* const abandoned = m_abandoned;
     const bool killed = m_killed;
+    if (KilledCanBeJoined || !killed) pthread_join(m_thread, nullptr);
+    else pthread_detach(m_thread);
     Publish(Joined);
     if (abandoned != nullptr) abandoned->Release();
     if (killed) Release();
