@@ -214,6 +214,8 @@ TEST(Process, ForkOfTheHostDoesNotWaitForItsChildren) {
     EXPECT_EQ(child.Code(), ProcessStillActive);
 }
 
+TEST(Process, HostEndsWithItsOwnCodeWhileItsChildRuns) { EXPECT_EQ(Started("parent").End(), 7u); }
+
 TEST(Process, FailureIsNothingStartedAndNothingKept) {
     char plain[] = "/tmp/zvc-plain-XXXXXX";
     close(mkstemp(plain));
