@@ -214,6 +214,8 @@ TEST(Process, ForkOfTheHostDoesNotWaitForItsChildren) {
     EXPECT_EQ(child.Code(), ProcessStillActive);
 }
 
+TEST(Process, HostEndsWithItsOwnCodeWhileItsChildRuns) { EXPECT_EQ(Started("parent").End(), 7u); }
+
 TEST(Process, FailureIsNothingStartedAndNothingKept) {
     char plain[] = "/tmp/zvc-plain-XXXXXX";
     close(mkstemp(plain));
@@ -395,4 +397,98 @@ TEST(Pipe, StandardStreamOnAPipeIsNoTerminal) {
     int status = 1;
     waitpid(host, &status, 0);
     EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+// ---- transfers that are ended from outside --------------------------------------------------------------------------------
+
+namespace {
+
+struct Cancellable {
+    Cancellable() {
+        EXPECT_TRUE(PipeCreate(&reading, &writing));
+        EXPECT_TRUE(FileMakeCancellable(reading));
+        EXPECT_TRUE(FileMakeCancellable(writing));
+    }
+    ~Cancellable() {
+        CloseHandle(reading);
+        CloseHandle(writing);
+    }
+    Handle reading = nullptr, writing = nullptr;
+};
+
+}
+
+TEST(Cancel, TransfersGoOnAsBeforeUntilThen) {
+    Cancellable pipe;
+    char bytes[8];
+    uint32_t done = 0;
+    EXPECT_TRUE(FileWrite(pipe.writing, "abc", 3, &done));
+    EXPECT_EQ(done, 3u);
+    EXPECT_TRUE(FileRead(pipe.reading, bytes, sizeof bytes, &done));
+    EXPECT_EQ(std::string(bytes, done), "abc");
+    CloseHandle(pipe.writing);
+    EXPECT_FALSE(FileRead(pipe.reading, bytes, sizeof bytes, &done));      // the end of the pipe
+}
+
+TEST(Cancel, EndsAReadThatWaitsAndAllLaterOnes) {
+    Cancellable pipe;
+    char byte;
+    uint32_t done = 1;
+    std::thread reader([&] { EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done)); });
+    SleepFor(5);
+    FileCancel(pipe.reading);
+    reader.join();
+    EXPECT_EQ(done, 0u);
+    EXPECT_TRUE(FileWrite(pipe.writing, "x", 1, &done));
+    EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));                 // although there is something
+}
+
+TEST(Cancel, EndsAWriteThatWaitsForRoomAndAllLaterOnes) {
+    Cancellable pipe;
+    const std::string large(1 << 20, 'x');
+    uint32_t done = 0;
+    std::thread writer([&] { EXPECT_FALSE(FileWrite(pipe.writing, large.data(), 1 << 20, &done)); });
+    SleepFor(5);
+    FileCancel(pipe.writing);
+    writer.join();
+    EXPECT_LT(done, 1u << 20);
+    EXPECT_FALSE(FileWrite(pipe.writing, "x", 1, &done));
+    EXPECT_EQ(done, 0u);
+}
+
+TEST(Cancel, IsNothingForAHandleThatWasNotPrepared) {
+    Handle reading, writing;
+    ASSERT_TRUE(PipeCreate(&reading, &writing));
+    FileCancel(reading);
+    FileCancel(nullptr);
+    uint32_t done = 0;
+    char byte;
+    EXPECT_TRUE(FileWrite(writing, "x", 1, &done));
+    EXPECT_TRUE(FileRead(reading, &byte, 1, &done));
+    CloseHandle(reading);
+    CloseHandle(writing);
+    EXPECT_FALSE(FileMakeCancellable(reading));
+    const Handle file = FileOpen("/proc/self/exe", FileAccessRead, FileOpenExisting, false);
+    EXPECT_FALSE(FileMakeCancellable(file));                               // a regular file: nothing to wait for
+    CloseHandle(file);
+}
+
+TEST(Cancel, ReadEndsWithTheProcessBehindWhatIsLeft) {
+    Cancellable pipe;
+    ProcessStart start;
+    const std::string program = Beside("child");
+    start.program = program.c_str();
+    start.commandLine = "child words";
+    start.output = pipe.writing;                                           // which stays open here
+    ProcessInfo info;
+    ASSERT_TRUE(ProcessCreate(start, &info));
+    EXPECT_TRUE(FileEndWithProcess(pipe.reading, info.process));
+    EXPECT_FALSE(FileEndWithProcess(pipe.reading, info.process));          // one process for a handle
+    EXPECT_FALSE(FileEndWithProcess(pipe.writing, nullptr));
+    std::string all;
+    char bytes[4];
+    for (uint32_t done = 0; FileRead(pipe.reading, bytes, sizeof bytes, &done);) all.append(bytes, done);
+    EXPECT_EQ(all, "[child]\n[words]\n");
+    CloseHandle(info.process);
+    CloseHandle(info.thread);
 }

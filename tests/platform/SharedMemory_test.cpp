@@ -91,6 +91,17 @@ TEST(SharedMemory, SecondCreationOpensTheFirstWithItsSize) {
     EXPECT_EQ(one.bytes[0], 'y');
 }
 
+TEST(SharedMemory, BlockReachesToTheEndOfItsLastPage) {
+    for (const uint32_t size : {1u, 4096u, 4097u}) {
+        const Block block(Own("page"), size), other(Own("page"));
+        const size_t pages = (size + SharedMemoryPage - 1) / SharedMemoryPage;
+        const size_t last = pages * SharedMemoryPage - 1;
+        EXPECT_EQ(block.bytes[last], '\0');
+        block.bytes[last] = 'x';
+        EXPECT_EQ(other.bytes[last], 'x');
+    }
+}
+
 TEST(SharedMemory, OpeningWhatIsNotThereIsNull) {
     EXPECT_EQ(SharedMemoryOpen(Own("nothing").c_str()), nullptr);
     { const Block block(Own("gone"), 8); }

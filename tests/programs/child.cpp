@@ -67,6 +67,13 @@ void Streams(const char* path) {
     std::fclose(file);
 }
 
+// Ends while a child of its own runs, which ends when its input does.
+int Parent() {
+    ZvProcessStartInfo$ info = new ZvProcessStartInfo(new ZvString("/proc/self/exe"), new ZvString("child echo"));
+    info->SetRedirectStandardInput(true);
+    return ZvProcess::Start(info) ? 7 : 1;
+}
+
 // Makes a shared array, says so, and then stays until it is killed, or its input ends.
 void Hold(const char* name) {
     ZvHandle<Doubles, ZvArrayValue$> array = new Doubles(new ZvString(name), 4, nullptr);
@@ -90,6 +97,7 @@ int main(int argc, char** argv) {
     if (what == "environment") std::printf("%s\n", std::getenv(operand));
     if (what == "code") return std::atoi(operand);
     if (what == "die") std::raise(std::atoi(operand));
+    if (what == "parent") return Parent();
     if (what == "streams") Streams(operand);
     if (what == "hold") Hold(operand);
     if (what == "sleep") sleep(60);

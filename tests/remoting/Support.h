@@ -59,6 +59,7 @@ public:
     using ZvChannel::ZvChannel;
     using ZvChannel::Run;
     using ZvChannel::CreateMethodResponseSplitter;
+    using ZvChannel::EndAsyncWait;
 };
 
 struct Pipe {

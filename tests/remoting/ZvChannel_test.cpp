@@ -5,6 +5,9 @@
 #include "support/Cases.h"
 
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <set>
 #include <unistd.h>
 
 using remoting::ConstructingCall;
@@ -51,6 +54,20 @@ class Refusing : public ZvObject {
 public:
     void Encode(ZvStream$&, ZvCoder*) const override { throw ZvBadCastException("not me"); }
 };
+
+std::set<std::string> Threads() {
+    std::set<std::string> ids;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) ids.insert(entry.path().filename());
+    return ids;
+}
+
+/// Is the thread in a wait of the kernel's?
+bool Sleeps(const std::string& thread) {
+    std::ifstream in("/proc/self/task/" + thread + "/stat");
+    std::string id, name, state;
+    in >> id >> name >> state;
+    return state == "S";
+}
 
 bool WaitUntil(const std::function<bool()>& condition) {
     for (int i = 0; i < 10000; ++i) {
@@ -390,6 +407,39 @@ TEST(ZvChannel, StopIsAHandshakeOfTwoNulls) {
     EXPECT_FALSE(pair.a->GetMethod());
 }
 
+TEST(ZvChannel, GetMethodBehindTheEndWaitsAgain) {
+    Raw raw;
+    raw.Feed("80");
+    raw.channel->Run();
+    EXPECT_FALSE(raw.channel->GetMethod());
+    std::atomic<bool> back{false};
+    std::thread waiting([&] {
+        EXPECT_EQ(raw.channel->GetMethod()->GetType(), &remoting::AsyncTerminator::s_type);      // and no second null
+        back = true;
+    });
+    zvc::platform::SleepFor(20);
+    EXPECT_FALSE(back);
+    raw.channel->BeginAsync();
+    raw.channel->EndAsync();
+    waiting.join();
+}
+
+TEST(ZvChannel, EndOfListeningWakesNobodyInASlot) {
+    Raw raw;
+    std::atomic<bool> back{false};
+    std::thread waiting([&] {
+        EXPECT_TRUE(raw.channel->GetResponse(1));
+        back = true;
+    });
+    raw.Feed("80");
+    raw.channel->Run();
+    zvc::platform::SleepFor(20);
+    EXPECT_FALSE(back);
+    raw.Feed("84" + ResponseType + "a001" "80");
+    raw.channel->Run();
+    waiting.join();
+}
+
 TEST(ZvChannel, StoppedListenerStaysUntilTheNextObject) {
     Raw raw;
     raw.channel->StartListening();
@@ -436,19 +486,25 @@ TEST(ZvChannel, AsynchronousSectionEndsBehindWhatHadArrived) {
 }
 
 TEST(ZvChannel, IsAsyncStaysTrueWhenTheTerminatorWasTaken) {
-    class Marking : public ZvChannel {
-    public:
-        using ZvChannel::EndAsyncWait;
-        using ZvChannel::ZvChannel;
-    };
     Raw raw;
+    const std::set<std::string> before = Threads();
     raw.channel->BeginAsync();
-    std::thread pumping([&] {
+    std::string section;                                     // the section's own thread
+    for (const std::string& thread : Threads())
+        if (!before.contains(thread)) section = thread;
+    ASSERT_TRUE(WaitUntil([&] { return Sleeps(section); }));     // for the end of the section
+    std::thread ending;
+    {
+        ZvLock lock(raw.channel.Get());                      // EndAsync cannot come back: its thread needs the channel
+        ending = std::thread([&, here = std::to_string(zvc::platform::CurrentThreadId())] {
+            EXPECT_TRUE(WaitUntil([&] { return Sleeps(here); }));
+            raw.channel->EndAsync();
+        });
+        raw.channel->EndAsyncWait();                         // the same work here, at the same signal
         EXPECT_EQ(raw.channel->GetMethod()->GetType(), &remoting::AsyncTerminator::s_type);
-    });
-    EXPECT_TRUE(raw.channel->IsAsync());
-    raw.channel->EndAsync();
-    pumping.join();
+        EXPECT_TRUE(raw.channel->IsAsync());
+    }
+    ending.join();
     EXPECT_FALSE(raw.channel->IsAsync());
 }
 

@@ -193,19 +193,53 @@ TEST(ZvSharePrimArray, CountOfZeroRaises) {
     EXPECT_EQ(Raised([] { Doubles(OwnText("none"), ZvPrimArray<double>()); }), Refused(EINVAL));
 }
 
-TEST(ZvSharePrimArray, MoreElementsThanTheBlockHoldsRaises) {
-    const Doubles block(OwnText("small"), 2, nullptr);
-    EXPECT_EQ(Raised([] { Doubles(OwnText("small"), 3, nullptr); }), Refused(EOVERFLOW));
-    EXPECT_EQ(Raised([] { ZvSharePrimArray<float>(OwnText("small"), 4, nullptr); }), "");
+TEST(ZvSharePrimArray, CreationOverASmallerBlockReachesToTheEndOfItsPage) {
+    Doubles block(OwnText("small"), 2, nullptr);
+    const double values[] = {1, 2, 3, 4};
+    const Doubles larger(OwnText("small"), 4, values);
+    EXPECT_EQ(block[1], 2.0);
+    EXPECT_EQ(larger[3], 4.0);
+    Doubles page(OwnText("small"), 512, nullptr);
+    page[511] = 5;
+    EXPECT_EQ(page[3], 4.0);
 }
 
-// The size is cut to 32 bits: what does not fit into what is left is refused, and nothing is overrun.
-TEST(ZvSharePrimArray, FourGigabytesAndMoreAreRefused) {
+TEST(ZvSharePrimArray, MoreElementsThanTheBlocksPagesHoldRaises) {
+    const Doubles block(OwnText("small"), 2, nullptr);
+    EXPECT_EQ(Raised([] { Doubles(OwnText("small"), 513, nullptr); }), Refused(EOVERFLOW));
+    EXPECT_EQ(Raised([] { Doubles(OwnText("small"), ZvPrimArray<double>(513, nullptr)); }), Refused(EOVERFLOW));
+    EXPECT_EQ(Raised([] { ZvSharePrimArray<float>(OwnText("small"), 1024, nullptr); }), "");
+    EXPECT_EQ(Raised([] { ZvSharePrimArray<float>(OwnText("small"), 1025, nullptr); }), Refused(EOVERFLOW));
+}
+
+TEST(ZvSharePrimArray, SizeIsCutTo32BitsAndTheCountIsKept) {
     const size_t gigabytes4 = size_t(1) << 32;
-    EXPECT_EQ(Raised([=] { Doubles(OwnText("huge"), gigabytes4 / 8, nullptr); }), Refused(EINVAL));
-    EXPECT_EQ(Raised([=] { Doubles(OwnText("huge"), gigabytes4 / 8 + 1, nullptr); }), Refused(EOVERFLOW));
-    EXPECT_NE(Raised([] { Doubles(OwnText("huge"), std::numeric_limits<size_t>::max(), nullptr); }), "");
-    EXPECT_EQ(platform::SharedMemoryOpen(Own("huge").c_str()), nullptr);
+    const ZvHandle<ZvSharePrimArray<char>, ZvArrayValue$> array = new ZvSharePrimArray<char>(OwnText("huge"), gigabytes4 + 16, nullptr);
+    EXPECT_EQ(array->Count(), gigabytes4 + 16);
+    const platform::Handle block = platform::SharedMemoryOpen(Own("huge").c_str());
+    size_t size = 0;
+    platform::SharedMemoryUnmap(platform::SharedMemoryMap(block, &size));
+    platform::CloseHandle(block);
+    EXPECT_EQ(size, 16u);
+    // The count in a stream is cut as well: what the receiver has is what there is.
+    const ZvHandle<ZvSharePrimArray<char>, ZvArrayValue$> received =
+        ReadBack(Written({array}, ZvStreamingContext::TrackObjects)[0], 1, ZvStreamingContext::TrackObjects)[0];
+    EXPECT_EQ(received->Count(), 16u);
+    EXPECT_NE(received->GetBaseAddress(), nullptr);
+}
+
+TEST(ZvSharePrimArray, SizeThatIsCutToZeroRaises) {
+    const size_t gigabytes4 = size_t(1) << 32;
+    EXPECT_EQ(Raised([=] { Doubles(OwnText("cut"), gigabytes4 / 8, nullptr); }), Refused(EINVAL));
+    EXPECT_EQ(platform::SharedMemoryOpen(Own("cut").c_str()), nullptr);
+}
+
+TEST(ZvSharePrimArray, DataThatTheCutBlockDoesNotHoldRaisesAndNothingIsOverrun) {
+    const size_t gigabytes4 = size_t(1) << 32;
+    const double one = 1;
+    EXPECT_EQ(Raised([&] { Doubles(OwnText("overrun"), gigabytes4 / 8 + 1, &one); }), Refused(EOVERFLOW));
+    EXPECT_NE(Raised([&] { Doubles(OwnText("overrun"), std::numeric_limits<size_t>::max(), &one); }), "");
+    EXPECT_EQ(platform::SharedMemoryOpen(Own("overrun").c_str()), nullptr);
 }
 
 TEST(ZvSharePrimArray, StreamHoldsTheCountAndTheNameAlone) {
@@ -235,12 +269,14 @@ TEST(ZvSharePrimArray, DecodingANameThatIsGoneGivesTheCountAndNoData) {
     EXPECT_EQ(array->GetBaseAddress(), nullptr);
 }
 
-TEST(ZvSharePrimArray, DecodingACountLargerThanTheBlockGivesTheCountAndNoData) {
+TEST(ZvSharePrimArray, DecodingACountBeyondTheBlocksPagesGivesTheCountAndNoData) {
     const Doubles$ block = new Doubles(OwnText("lie"), 4, nullptr);
-    for (const char* count : {"a005", "a3ffffffff"}) {
-        const Doubles$ array = DecodedFrom(StreamOf(count, Own("lie")));
-        EXPECT_EQ(array->Count(), count[1] == '0' ? 5u : 0xFFFFFFFFu);
-        EXPECT_EQ(array->GetBaseAddress(), nullptr);
+    const struct { const char* stream; unsigned int count; bool hasData; } cases[] = {
+        {"a005", 5, true}, {"a10002", 512, true}, {"a10102", 513, false}, {"a3ffffffff", 0xFFFFFFFF, false}};
+    for (const auto& c : cases) {
+        const Doubles$ array = DecodedFrom(StreamOf(c.stream, Own("lie")));
+        EXPECT_EQ(array->Count(), c.count);
+        EXPECT_EQ(array->GetBaseAddress() != nullptr, c.hasData) << c.count;
     }
 }
 

@@ -8,6 +8,9 @@
 
 namespace zvc::platform {
 
+/// A block reaches to the end of its last page: so many bytes, or a multiple of them, can be read and written.
+constexpr size_t SharedMemoryPage = 4096;
+
 /// Named blocks of memory that processes share. A block lives as long as one process has a handle on it or a view of it, and
 /// goes with the last one, also when that is killed: neither memory nor name stays behind. Any text is a name (with a prefix
 /// "Local\", which is dropped), and blocks of one name are one block among the processes of one user. The empty name is

@@ -124,7 +124,6 @@ protected:
 private:
     friend class ZvObjRef;
     struct State;
-    class Input;
     class Inside;
 
     void Leave();

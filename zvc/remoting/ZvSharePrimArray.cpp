@@ -27,7 +27,7 @@ constexpr uint32_t BlockTooSmall = 75;                   // "value too large"
     throw ZvSharedMemoryException(text.CStr());
 }
 
-/// A handle on a block with a view of it; both null when there is none that holds count elements of so many bytes.
+/// A handle on a block with a view of it; both null when there is none that has room for count elements of so many bytes.
 struct View {
     platform::Handle mapping = nullptr;
     void* data = nullptr;
@@ -35,7 +35,8 @@ struct View {
     View(platform::Handle opened, unsigned long long count, size_t elementSize) : mapping(opened) {
         size_t size = 0;
         data = platform::SharedMemoryMap(mapping, &size);
-        if (data == nullptr || count <= size / elementSize) return;
+        const size_t pages = (size + platform::SharedMemoryPage - 1) / platform::SharedMemoryPage;
+        if (data == nullptr || count <= pages * platform::SharedMemoryPage / elementSize) return;
         platform::SharedMemoryUnmap(data);
         platform::CloseHandle(mapping);
         mapping = data = nullptr;
@@ -64,12 +65,14 @@ ZvSharePrimArray<T>::ZvSharePrimArray(ZvString$ name, size_t count, const T* dat
     Create(count, data);
 }
 
-// The size is cut to 32 bits: meant so. What does not fit into the block that comes of it is refused like any other.
+// The size is cut to 32 bits, and the count is not: meant so. What is to be copied must fit into the block all the same, and a
+// block that was there before must be as large as the one that was asked for.
 template <class T>
 void ZvSharePrimArray<T>::Create(unsigned long long newCount, const T* source) {
     uint32_t error = BlockTooSmall;
     const auto size = static_cast<uint32_t>(newCount * sizeof(T));
-    const View view(platform::SharedMemoryCreate(m_name->CStr(), size, &error), newCount, sizeof(T));
+    const platform::Handle block = platform::SharedMemoryCreate(m_name->CStr(), size, &error);
+    const View view = source != nullptr ? View(block, newCount, sizeof(T)) : View(block, size, 1);
     if (view.data == nullptr) Refuse(error);
     m_mapping = view.mapping;
     this->data = static_cast<T*>(view.data);

@@ -35,10 +35,10 @@ public:
 
     /// A block of the source's elements, or of count elements from data; with null data they are as the block has them (a
     /// new one is zero). A block of that name is used as it is and written over. The block must hold at least one byte, and
-    /// its size is cut to 32 bits.
+    /// its size is cut to 32 bits while the count is kept: arrays of 4 GiB and more are not supported.
     ///
     /// Raises ZvSharedMemoryException, "CreateFileMapping(%ld) error." with the system's error number, when there is no
-    /// block, or when the elements do not fit into the one there is.
+    /// block, or when the one there is ends, with its last page, before the elements do.
     ZvSharePrimArray(ZvString$ name, const ZvPrimArray<T>& source);
     ZvSharePrimArray(ZvString$ name, size_t count, const T* data);
 
@@ -55,8 +55,8 @@ public:
     /// The count in its low 32 bits, and the name.
     void Encode(ZvStream$& stream, ZvCoder* coder) const override;
 
-    /// Opens the block of the stream's name. Nothing is raised when there is none, or when the count is more than it holds:
-    /// the array has its count then, and a null address.
+    /// Opens the block of the stream's name. Nothing is raised when there is none, or when it ends, with its last page,
+    /// before the elements do: the array has its count then, and a null address.
     void Decode(ZvStream$& stream, ZvCoder* coder) override;
 
 private:

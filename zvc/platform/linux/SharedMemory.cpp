@@ -23,7 +23,6 @@ namespace zvc::platform {
 
 namespace {
 
-constexpr size_t PageSize = 4096;
 void* const Nowhere = reinterpret_cast<void*>(-1);      // what a failed attachment answers
 constexpr uint64_t Magic = 0x4B4C424D48535A56;          // "VZSHMBLK"
 
@@ -34,7 +33,7 @@ struct Header {
     char name[];
 };
 
-constexpr size_t ToPages(size_t bytes) { return (bytes + PageSize - 1) / PageSize * PageSize; }
+constexpr size_t ToPages(size_t bytes) { return (bytes + SharedMemoryPage - 1) / SharedMemoryPage * SharedMemoryPage; }
 
 /// A name as blocks know it.
 struct Name {
@@ -52,7 +51,7 @@ struct Name {
     size_t Tag() const noexcept {
         uint64_t hash = 0xcbf29ce484222325u;
         for (size_t i = 0; i < length; ++i) hash = (hash ^ static_cast<unsigned char>(text[i])) * 0x100000001b3u;
-        return 1 + hash % (PageSize - 1);
+        return 1 + hash % (SharedMemoryPage - 1);
     }
 };
 
@@ -194,7 +193,7 @@ Attachment* Find(const Name& name) noexcept {
     for (int i = 0; i <= last; ++i) {
         const int id = shmctl(i, SHM_STAT, &segment);
         if (id < 0 || segment.shm_perm.uid != geteuid() || (segment.shm_perm.mode & SHM_DEST) == 0) continue;
-        if (segment.shm_segsz % PageSize != tag || segment.shm_segsz <= name.HeaderSize()) continue;
+        if (segment.shm_segsz % SharedMemoryPage != tag || segment.shm_segsz <= name.HeaderSize()) continue;
         if (Attachment* const found = AttachIfNamed(id, segment.shm_segsz, name)) return found;
     }
     return nullptr;
