@@ -49,17 +49,25 @@ ZvBinaryCoder::~ZvBinaryCoder() = default;
 
 // ---- bytes ------------------------------------------------------------------------------------------------------------
 
-// Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring less than was asked
-// for. What does not come is zero. Answers the bytes that came.
+// What does not come is zero. Answers the bytes that came.
 size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
-    if (size == 0) return 0;             // data may be null then
-    if (m_in.IsOn(stream.Get())) {
-        if (const unsigned char* at = m_in.Look(size)) {
-            std::memcpy(data, at, size);
-            m_in.Advance(size);
-            return size;
-        }
-    }
+    return TakeHere(stream, data, size) ? size : TakeThere(stream, data, size);
+}
+
+// From the window, if everything is at hand there.
+bool ZvBinaryCoder::TakeHere(ZvStream$& stream, void* data, size_t size) {
+    if (!m_in.IsOn(stream.Get())) return false;
+    const unsigned char* at = m_in.Look(size);
+    if (at == nullptr) return false;
+    if (size != 0) std::memcpy(data, at, size);        // data may be null where nothing is asked for
+    m_in.Advance(size);
+    return true;
+}
+
+// From the stream itself. Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring
+// less than was asked for.
+size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size) {
+    if (size == 0) return 0;
     auto* bytes = static_cast<unsigned char*>(data);
     size_t done = 0;
     while (done < size) {
@@ -99,13 +107,24 @@ void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsi
     std::memcpy(form + 1, &value, 8);
     if (m_out.IsOn(stream.Get())) {
         if (checked) m_out.NoteChecked();
-        if (m_out.Put(form, bytes + 1)) return;
+        if (m_out.Put(form, bytes + 1)) {
+            if (checked && m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
+            return;
+        }
     }
     stream->Write(form[0]);
     if (checked)
         Write(stream, static_cast<const void*>(form + 1), bytes);
     else
         stream->Write(form + 1, static_cast<long long>(bytes));
+}
+
+// A tag and that many bytes behind it. Where both do not surely fit they go one after the other: an almost full stream keeps
+// the tag.
+void ZvBinaryCoder::PutForm(ZvStream$& stream, const unsigned char* form, unsigned int bytes) {
+    if (m_out.IsOn(stream.Get()) && m_out.Put(form, bytes + 1)) return;
+    stream->Write(form[0]);
+    if (bytes != 0) stream->Write(form + 1, static_cast<long long>(bytes));
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
@@ -192,16 +211,15 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
     unsigned char head[9];
-    unsigned int headSize = 1;
+    unsigned int lengthBytes = 0;
     if (n < 16) {
         head[0] = static_cast<unsigned char>(TagStringLT16 + n);
     } else {
-        const unsigned int k = CalcSignificantByte(n);
-        head[0] = static_cast<unsigned char>(TagStringGE16 - 1 + k);
+        lengthBytes = CalcSignificantByte(n);
+        head[0] = static_cast<unsigned char>(TagStringGE16 - 1 + lengthBytes);
         std::memcpy(head + 1, &n, 8);
-        headSize += k;
     }
-    Put(stream, head, headSize);
+    PutForm(stream, head, lengthBytes);
     Put(stream, bytes, n);
 }
 
@@ -209,8 +227,14 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
 
 void ZvBinaryCoder::Read(ZvStream$& stream, void* data, unsigned long long size) {
     RequireRead(stream, Causes::NotWritable, "ZvBinaryCoder::Read");
-    Take(stream, data, size);
-    if (stream->Fail()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
+    bool failed;
+    if (TakeHere(stream, data, size)) {
+        failed = m_in.Failed();
+    } else {
+        TakeThere(stream, data, size);
+        failed = stream->Fail();
+    }
+    if (failed) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
 }
 
 void ZvBinaryCoder::Read(ZvStream$& stream, bool& value) {

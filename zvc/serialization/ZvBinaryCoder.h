@@ -154,7 +154,11 @@ private:
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
     long long TakeId(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
+    void PutForm(ZvStream$& stream, const unsigned char* form, unsigned int bytes);
+    void PutReference(ZvStream$& stream, unsigned char range, long long id);
     size_t Take(ZvStream$& stream, void* data, size_t size);
+    bool TakeHere(ZvStream$& stream, void* data, size_t size);
+    size_t TakeThere(ZvStream$& stream, void* data, size_t size);
     void RequireWrite(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
     void RequireRead(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
 

@@ -113,9 +113,12 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
 }
 
 // A back reference: the tag in front of range plus the count of id bytes, then the id.
-static void PutReference(unsigned char (&form)[9], unsigned char range, long long id, unsigned int bytes) {
+void ZvBinaryCoder::PutReference(ZvStream$& stream, unsigned char range, long long id) {
+    const unsigned int bytes = CalcSignificantByte(static_cast<unsigned long long>(id));
+    unsigned char form[9];
     form[0] = static_cast<unsigned char>(range - 1 + bytes);
     std::memcpy(form + 1, &id, 8);
+    PutForm(stream, form, bytes);
 }
 
 void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
@@ -125,10 +128,7 @@ void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
     Plan& plan = m_writePlans->Of(t);
     if (plan.id == 0) plan.id = KnownId(type);
     if (plan.id == 0) return EncodeDefinition(stream, t, plan);
-    unsigned char form[9];
-    const unsigned int bytes = CalcSignificantByte(static_cast<unsigned long long>(plan.id));
-    PutReference(form, TagType, plan.id, bytes);
-    Put(stream, form, bytes + 1);
+    PutReference(stream, TagType, plan.id);
 }
 
 void ZvBinaryCoder::EncodeDefinition(ZvStream$& stream, ZvType* type, Plan& plan) {
@@ -175,12 +175,7 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
     ZvType* type = object->GetType();
     const bool tracked = IsTracked(type);
     if (tracked) {
-        if (const long long id = KnownId(object); id > 0) {
-            unsigned char form[9];
-            const unsigned int bytes = CalcSignificantByte(static_cast<unsigned long long>(id));
-            PutReference(form, TagObject, id, bytes);
-            return Put(stream, form, bytes + 1);
-        }
+        if (const long long id = KnownId(object); id > 0) return PutReference(stream, TagObject, id);
     }
     if (ZvType* itself = AsType(object)) return EncodeType(stream, itself);
     WriteTag(stream, TagNewObject);
