@@ -151,3 +151,15 @@ TEST(CoderStreams, EarlierFailureOfAFileDoesNotStopTheCoder) {
     EXPECT_EQ((*again)[0], read);
     again->Clear();
 }
+
+// ---- objects that nobody holds -------------------------------------------------------------------------------------------
+
+// An object that lives by its scope is written through a plain pointer, and no handle is made of it.
+TEST(CoderStreams, BagWithoutAHandleIsWrittenAndLivesOn) {
+    GBag bag;
+    Memory out;
+    ZvBinaryCoder$ coder = Coder(0);
+    coder->EncodeObject(out.stream, &bag);
+    coder->Write(out.stream, static_cast<const ZvObject*>(&bag));
+    EXPECT_EQ(bag.ReferenceCount(), 0);
+}

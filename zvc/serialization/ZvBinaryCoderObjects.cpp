@@ -45,6 +45,12 @@ private:
     ZvObject* m_object;
 };
 
+// No handle: an object that lives by its scope has none, and would end with it.
+ZvISerializable* AsSerializable(ZvObject* object, ZvType* type) {
+    const size_t offset = type->CalcOffset(&ZvISerializable::s_type) - type->CalcOffset(&ZvObject::s_type);
+    return reinterpret_cast<ZvISerializable*>(reinterpret_cast<uintptr_t>(object) + offset);
+}
+
 ZvType* AsType(ZvObject* object) {
     return object->IsKindOf(&ZvType::s_type) ? static_cast<ZvType*>(object) : nullptr;
 }
@@ -186,8 +192,7 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
 void ZvBinaryCoder::EncodeContent(ZvStream$& stream, ZvObject* object, Plan& plan, bool tracked) {
     if (plan.kind == Kind::Serializable) {
         ZvSerializationInfo$ info = new ZvSerializationInfo;
-        ZvISerializable$ serializable = ZvObject$(object);
-        serializable->GetObjectData(info);
+        AsSerializable(object, plan.type)->GetObjectData(info);
         EncodeObject(stream, info.Get());
         if (tracked) RegisterObject(object);       // only now: a cycle through such an object does not end
         return;
