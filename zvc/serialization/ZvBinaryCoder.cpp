@@ -9,6 +9,24 @@
 
 ZV_DEFINE_CLASS(ZvBinaryCoder, (ZvCoder))
 
+// A constant that is bound to a reference needs a place.
+const unsigned char ZvBinaryCoder::TagAscii;
+const unsigned char ZvBinaryCoder::TagNull;
+const unsigned char ZvBinaryCoder::TagFalse;
+const unsigned char ZvBinaryCoder::TagTrue;
+const unsigned char ZvBinaryCoder::TagNewType;
+const unsigned char ZvBinaryCoder::TagNewObject;
+const unsigned char ZvBinaryCoder::TagNewSymbol;
+const unsigned char ZvBinaryCoder::TagNewObjRef;
+const unsigned char ZvBinaryCoder::TagNewType1;
+const unsigned char ZvBinaryCoder::TagStringLT16;
+const unsigned char ZvBinaryCoder::TagStringGE16;
+const unsigned char ZvBinaryCoder::TagReserve1;
+const unsigned char ZvBinaryCoder::TagInt;
+const unsigned char ZvBinaryCoder::TagType;
+const unsigned char ZvBinaryCoder::TagObject;
+const unsigned char ZvBinaryCoder::TagReserve3;
+
 using Causes = ZvCoderException::Causes;
 
 void zvc::detail::RaiseCoder(Causes cause, const char* function, unsigned int line) {
