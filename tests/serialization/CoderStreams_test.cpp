@@ -152,6 +152,58 @@ TEST(CoderStreams, EarlierFailureOfAFileDoesNotStopTheCoder) {
     again->Clear();
 }
 
+// ---- a stream that does not tell its position ------------------------------------------------------------------------------
+
+TEST(CoderStreams, LongRunsAreReadFromAStreamThatTellsNoPosition) {
+    class Positionless : public ZvStream {
+    public:
+        using ZvStream::Read;
+        using ZvStream::Write;
+        long long GetFileLength() override { return 0; }
+        long long Write(const void* data, long long count) override {
+            m_bytes.append(static_cast<const char*>(data), static_cast<size_t>(count));
+            return count;
+        }
+        long long Read(void* data, long long count) override {
+            const size_t part = m_bytes.copy(static_cast<char*>(data), static_cast<size_t>(count), m_at);
+            m_at += part;
+            return static_cast<long long>(part);
+        }
+        long long Tellp() const override { return 0; }
+        long long Tellg() const override { return 0; }
+        void Flush() override {}
+        void Seekp(long long, SeekOrigin) override {}
+        void Seekg(long long, SeekOrigin) override {}
+        bool Fail() const override { return false; }
+        bool SetEndOfFile() override { return false; }
+        bool CanRead() const override { return true; }
+        bool CanWrite() const override { return true; }
+
+    private:
+        std::string m_bytes;
+        size_t m_at = 0;
+    };
+    constexpr int count = 40000;                             // five times 64 KiB
+    ZvPrimArray<double>* values = new ZvPrimArray<double>(count, nullptr);
+    const ZvObject$ array = values;
+    for (int i = 0; i < count; ++i) (*values)[static_cast<size_t>(i)] = i;
+    const ZvArrayList$ list = new ZvArrayList;
+    list->Resize(count);
+    ZvStream$ stream = new Positionless;
+    ZvBinaryCoder$ out = Coder(0);
+    out->Write(stream, array);
+    out->Write(stream, ZvObject$(list));
+    ZvBinaryCoder$ in = Coder(0);
+    ZvObject$ read;
+    in->Read(stream, read);
+    ASSERT_EQ(read->GetType(), &ZvPrimArray<double>::s_type);
+    auto& again = static_cast<ZvPrimArray<double>&>(*read);
+    ASSERT_EQ(again.Count(), static_cast<unsigned long long>(count));
+    EXPECT_EQ(again[count - 1], count - 1);
+    in->Read(stream, read);
+    EXPECT_TRUE(read->Equals(list.Get()));
+}
+
 // ---- objects that nobody holds -------------------------------------------------------------------------------------------
 
 // An object that lives by its scope is written through a plain pointer, and no handle is made of it.

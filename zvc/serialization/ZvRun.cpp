@@ -151,10 +151,11 @@ size_t ReadAtOnce(ZvBinaryCoder& coder, ZvStream$& stream, T* values, size_t cou
 
 Arrival::Arrival(ZvStream$& stream) : m_stream(stream), m_last(stream->Tellg()) {}
 
-// A stream that cannot tell its position, as a standard-library one that came to its end, has its failure alone to tell.
+// A stream that cannot tell its position, as a standard-library one that came to its end, has its failure alone to tell. So
+// has one that stands at 0, for the count was read from it: a client's stream may have no other answer.
 void Arrival::Look() {
     const long long now = m_stream->Tellg();
-    if (now >= 0 ? now == m_last : m_stream->Fail()) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Read");
+    if (now > 0 ? now == m_last : m_stream->Fail()) RaiseCoder(ZvCoderException::StreamFailed, "ZvBinaryCoder::Read");
     m_last = now;
     m_bytes = 0;
 }
