@@ -113,7 +113,7 @@ public:
 
 TEST(ZvBinaryCoder, TagsAreFixedNumbers) {
     const struct {
-        unsigned char tag;
+        const unsigned char& tag;                // as a client may use them: by reference
         int number;
     } tags[] = {{ZvBinaryCoder::TagAscii, 0x00},      {ZvBinaryCoder::TagNull, 0x80},       {ZvBinaryCoder::TagFalse, 0x81},
                 {ZvBinaryCoder::TagTrue, 0x82},       {ZvBinaryCoder::TagNewType, 0x83},    {ZvBinaryCoder::TagNewObject, 0x84},

@@ -128,6 +128,9 @@ TEST(ZvArrayList, RemoveOfARangeIsHalfOpen) {
     list->Remove(0, 4);
     EXPECT_EQ(list->Count(), 0u);
     EXPECT_EQ(n[0]->ReferenceCount(), 1);
+    list->Remove(0, 0);
+    list->Remove(9, 9);                                                  // empty, wherever it is
+    EXPECT_EQ(list->Count(), 0u);
 }
 
 TEST(ZvArrayList, RemoveAtLetsTheElementGo) {

@@ -9,6 +9,24 @@
 
 ZV_DEFINE_CLASS(ZvBinaryCoder, (ZvCoder))
 
+// A constant that is bound to a reference needs a place.
+const unsigned char ZvBinaryCoder::TagAscii;
+const unsigned char ZvBinaryCoder::TagNull;
+const unsigned char ZvBinaryCoder::TagFalse;
+const unsigned char ZvBinaryCoder::TagTrue;
+const unsigned char ZvBinaryCoder::TagNewType;
+const unsigned char ZvBinaryCoder::TagNewObject;
+const unsigned char ZvBinaryCoder::TagNewSymbol;
+const unsigned char ZvBinaryCoder::TagNewObjRef;
+const unsigned char ZvBinaryCoder::TagNewType1;
+const unsigned char ZvBinaryCoder::TagStringLT16;
+const unsigned char ZvBinaryCoder::TagStringGE16;
+const unsigned char ZvBinaryCoder::TagReserve1;
+const unsigned char ZvBinaryCoder::TagInt;
+const unsigned char ZvBinaryCoder::TagType;
+const unsigned char ZvBinaryCoder::TagObject;
+const unsigned char ZvBinaryCoder::TagReserve3;
+
 using Causes = ZvCoderException::Causes;
 
 void zvc::detail::RaiseCoder(Causes cause, const char* function, unsigned int line) {
@@ -49,18 +67,25 @@ ZvBinaryCoder::~ZvBinaryCoder() = default;
 
 // ---- bytes ------------------------------------------------------------------------------------------------------------
 
-// Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring less than was asked
-// for. What does not come is zero. Answers the bytes that came. A stream may tell of its failure once: failed keeps that for
-// who reports it.
-size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size, bool* failed) {
-    if (size == 0) return 0;             // data may be null then
-    if (m_in.IsOn(stream.Get())) {
-        if (const unsigned char* at = m_in.Look(size)) {
-            std::memcpy(data, at, size);
-            m_in.Advance(size);
-            return size;
-        }
-    }
+// What does not come is zero. Answers the bytes that came.
+size_t ZvBinaryCoder::Take(ZvStream$& stream, void* data, size_t size) {
+    return TakeHere(stream, data, size) ? size : TakeThere(stream, data, size);
+}
+
+// From the window, if everything is at hand there.
+bool ZvBinaryCoder::TakeHere(ZvStream$& stream, void* data, size_t size) {
+    if (!m_in.IsOn(stream.Get())) return false;
+    const unsigned char* at = m_in.Look(size);
+    if (at == nullptr) return false;
+    if (size != 0) std::memcpy(data, at, size);        // data may be null where nothing is asked for
+    m_in.Advance(size);
+    return true;
+}
+
+// From the stream itself. Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring
+// less than was asked for. A stream may tell of its failure once: failed keeps that for who reports it.
+size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size, bool* failed) {
+    if (size == 0) return 0;
     auto* bytes = static_cast<unsigned char*>(data);
     size_t done = 0;
     while (done < size) {
@@ -127,7 +152,10 @@ unsigned int ZvBinaryCoder::CalcSignificantByte(unsigned long long value) {
 // for a failure; the other writers do not.
 void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked) {
     if (checked && m_out.IsOn(stream.Get())) m_out.NoteChecked();
-    if (PutTagged(stream, TagInt - 1 + bytes, value, bytes)) return;
+    if (PutTagged(stream, TagInt - 1 + bytes, value, bytes)) {
+        if (checked && m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
+        return;
+    }
     stream->Write(static_cast<unsigned char>(TagInt - 1 + bytes));
     if (checked)
         Write(stream, static_cast<const void*>(&value), bytes);
@@ -147,6 +175,14 @@ unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int byte
     }
     Take(stream, &value, bytes);
     return value;
+}
+
+// A tag and that many bytes of a number. Where both do not surely fit they go one after the other: an almost full stream keeps
+// the tag.
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes) {
+    if (PutTagged(stream, tag, value, bytes)) return;
+    stream->Write(static_cast<unsigned char>(tag));
+    if (bytes != 0) stream->Write(&value, static_cast<long long>(bytes));
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
@@ -230,23 +266,18 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
-    unsigned char head[16];
-    unsigned int headSize = 1;
+    unsigned int tag = static_cast<unsigned int>(TagStringLT16 + n), lengthBytes = 0;
     if (n < 16) {
-        head[0] = static_cast<unsigned char>(TagStringLT16 + n);
-        unsigned char* const at = m_out.IsOn(stream.Get()) ? m_out.Room(16) : nullptr;
-        if (at != nullptr) {
-            *at = head[0];
+        if (unsigned char* const at = m_out.IsOn(stream.Get()) ? m_out.Room(16) : nullptr) {
+            *at = static_cast<unsigned char>(tag);
             CopyShort(at + 1, bytes, n);
             return m_out.Advance(n + 1);
         }
     } else {
-        const unsigned int k = CalcSignificantByte(n);
-        head[0] = static_cast<unsigned char>(TagStringGE16 - 1 + k);
-        std::memcpy(head + 1, &n, 8);
-        headSize += k;
+        lengthBytes = CalcSignificantByte(n);
+        tag = TagStringGE16 - 1 + lengthBytes;
     }
-    Put(stream, head, headSize);
+    PutForm(stream, tag, n, lengthBytes);
     Put(stream, bytes, n);
 }
 
@@ -255,8 +286,13 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
 void ZvBinaryCoder::Read(ZvStream$& stream, void* data, unsigned long long size) {
     RequireRead(stream, Causes::NotWritable, "ZvBinaryCoder::Read");
     bool failed = false;
-    Take(stream, data, size, &failed);
-    if (failed || stream->Fail()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
+    if (TakeHere(stream, data, size)) {
+        failed = m_in.Failed();
+    } else {
+        TakeThere(stream, data, size, &failed);
+        failed = failed || stream->Fail();
+    }
+    if (failed) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Read");
 }
 
 void ZvBinaryCoder::Read(ZvStream$& stream, bool& value) {

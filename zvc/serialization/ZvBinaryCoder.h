@@ -157,7 +157,10 @@ private:
     unsigned long long TakeBytes(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
     bool PutTagged(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
-    size_t Take(ZvStream$& stream, void* data, size_t size, bool* failed = nullptr);
+    void PutForm(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
+    size_t Take(ZvStream$& stream, void* data, size_t size);
+    bool TakeHere(ZvStream$& stream, void* data, size_t size);
+    size_t TakeThere(ZvStream$& stream, void* data, size_t size, bool* failed = nullptr);
     void RequireWrite(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
     void RequireRead(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
 

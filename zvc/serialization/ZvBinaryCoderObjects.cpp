@@ -45,6 +45,12 @@ private:
     ZvObject* m_object;
 };
 
+// No handle: an object that lives by its scope has none, and would end with it.
+ZvISerializable* AsSerializable(ZvObject* object, ZvType* type) {
+    const size_t offset = type->CalcOffset(&ZvISerializable::s_type) - type->CalcOffset(&ZvObject::s_type);
+    return reinterpret_cast<ZvISerializable*>(reinterpret_cast<uintptr_t>(object) + offset);
+}
+
 ZvType* AsType(ZvObject* object) {
     return object->IsKindOf(&ZvType::s_type) ? static_cast<ZvType*>(object) : nullptr;
 }
@@ -115,11 +121,7 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
 void ZvBinaryCoder::PutReference(ZvStream$& stream, unsigned char range, long long id) {
     const auto number = static_cast<unsigned long long>(id);
     const unsigned int bytes = CalcSignificantByte(number);
-    if (PutTagged(stream, range - 1 + bytes, number, bytes)) return;
-    unsigned char form[9];
-    form[0] = static_cast<unsigned char>(range - 1 + bytes);
-    std::memcpy(form + 1, &number, 8);
-    stream->Write(form, static_cast<long long>(bytes + 1));
+    PutForm(stream, range - 1 + bytes, number, bytes);
 }
 
 void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
@@ -188,8 +190,7 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
 void ZvBinaryCoder::EncodeContent(ZvStream$& stream, ZvObject* object, Plan& plan, bool tracked) {
     if (plan.kind == Kind::Serializable) {
         ZvSerializationInfo$ info = new ZvSerializationInfo;
-        ZvISerializable$ serializable = ZvObject$(object);
-        serializable->GetObjectData(info);
+        AsSerializable(object, plan.type)->GetObjectData(info);
         EncodeObject(stream, info.Get());
         if (tracked) RegisterObject(object);       // only now: a cycle through such an object does not end
         return;

@@ -31,6 +31,7 @@ void OutputWindow::Open(ZvStream* stream) {
         if (memory->m_cursor >= memory->m_end) return;
         m_cursor = &memory->m_cursor;
         m_limit = memory->m_end - 1;
+        m_failing = &memory->m_failed;
         m_stream = stream;
     } else if (auto* file = Exactly<ZvFileStream>(stream)) {
         if (!file->CanWrite() || file->m_window != nullptr) return;
@@ -52,6 +53,7 @@ bool OutputWindow::Close() {
     }
     m_stream = nullptr;
     m_cursor = &m_next;
+    m_failing = &m_failed;
     m_limit = m_next = nullptr;
     return !(m_failed && m_checked);
 }
@@ -76,8 +78,6 @@ bool OutputWindow::PutMore(const void* data, size_t size) {
     m_next += size;
     return true;
 }
-
-bool OutputWindow::Failed() const { return m_failed || m_stream->Fail(); }
 
 void InputWindow::Open(ZvStream* stream) {
     if (m_depth++ != 0) return;
@@ -140,6 +140,8 @@ const unsigned char* InputWindow::Fill(size_t size) {
     Settle();                                   // what is left is less than was asked for: the stream itself shows how it ends
     return nullptr;
 }
+
+bool InputWindow::Failed() const { return !m_isFile && m_stream->Fail(); }
 
 uint64_t InputWindow::Remaining() const {
     if (m_stream == nullptr) return 0;

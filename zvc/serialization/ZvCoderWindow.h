@@ -50,8 +50,9 @@ public:
         return true;
     }
 
-    /// What the stream's Fail answers now.
-    bool Failed() const;
+    /// What the stream's Fail would answer behind the last transfer: a memory stream's failure stays for good, and a file's
+    /// is that of the transfers made here.
+    bool Failed() const { return *m_failing; }
 
     /// The next Close reports a failed transfer.
     void NoteChecked() { m_checked = true; }
@@ -65,6 +66,7 @@ private:
     bool m_isFile = false;
     bool m_failed = false;
     bool m_checked = false;
+    const bool* m_failing = &m_failed;
     unsigned char** m_cursor = &m_next;
     unsigned char* m_limit = nullptr;           // the cursor may come to stand here, and no further
     unsigned char* m_next = nullptr;
@@ -98,6 +100,10 @@ public:
         return at;
     }
     void Advance(size_t size) { *m_cursor += size; }
+
+    /// What the stream's Fail would answer behind a transfer that was served here. A file's failures from before are over
+    /// then.
+    bool Failed() const;
 
     /// Bytes that are surely still to come.
     uint64_t Remaining() const;

@@ -68,6 +68,7 @@ void ZvArrayList::Insert(size_t index, ZvObject$ const& value) {
 
 void ZvArrayList::Remove(size_t first, size_t last) {
     ZvLock lock(this);
+    if (first == last) return;                    // wherever that is
     m_items.erase(m_items.begin() + static_cast<std::ptrdiff_t>(first), m_items.begin() + static_cast<std::ptrdiff_t>(last));
 }
 
