@@ -326,14 +326,14 @@ unsigned char* ReadPixels(ZvStream$& stream, ZvCoder* coder, size_t bytes) {
     std::unique_ptr<unsigned char, void (*)(unsigned char*)> pixels(nullptr, &zvc::detail::ReleasePixels);
     size_t arrived = 0;
     do {
-        const long long position = stream->Tellg();
-        const size_t piece = zvc::detail::RoomFor(stream, coder, 1, arrived, bytes - arrived);
+        const long long position = arrived >= large ? stream->Tellg() : -1;
+        const size_t piece = zvc::detail::RoomForBlock(stream, coder, arrived, bytes - arrived);
         unsigned char* room = arrived == 0 ? zvc::detail::NewPixels(static_cast<long long>(piece), true)
                                            : zvc::detail::GrowPixels(pixels.get(), arrived, arrived + piece);
         static_cast<void>(pixels.release());
         pixels.reset(room);
         coder->Read(stream, static_cast<void*>(room + arrived), piece);
-        if (arrived + piece < bytes && arrived >= large && position >= 0 && stream->Tellg() == position) ThrowDecodeFailed(__LINE__);
+        if (arrived + piece < bytes && position >= 0 && stream->Tellg() == position) ThrowDecodeFailed(__LINE__);
         arrived += piece;
     } while (arrived < bytes);
     return pixels.release();

@@ -38,6 +38,9 @@ template <class T> using ScalarOf = typename Scalar<T>::type;
 template <class T> constexpr bool IsRaw = std::is_floating_point_v<ScalarOf<T>>;
 template <class T> constexpr bool IsInteger = std::is_integral_v<ScalarOf<T>> && !std::is_same_v<T, bool>;
 
+/// Whether the coder is one that reads the binary format, the library's own or derived from it.
+bool IsBinary(const ZvCoder* coder) { return dynamic_cast<const ZvBinaryCoder*>(coder) != nullptr; }
+
 /// What is granted at first where a count may be a lie, in bytes.
 constexpr size_t FirstGrant = 64 * 1024;
 
@@ -149,7 +152,9 @@ size_t ReadAtOnce(ZvBinaryCoder& coder, ZvStream$& stream, T* values, size_t cou
 
 }
 
-Arrival::Arrival(ZvStream$& stream) : m_stream(stream), m_last(stream->Tellg()) {}
+Arrival::Arrival(ZvStream$& stream, ZvCoder* coder)
+    : m_stream(IsBinary(coder) ? stream.Get() : nullptr),
+      m_last(m_stream != nullptr ? m_stream->Tellg() : 0) {}
 
 // A stream that cannot tell its position, as a standard-library one that came to its end, has its failure alone to tell.
 void Arrival::Look() {
@@ -181,7 +186,7 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
     if (ZvBinaryCoder* own = RunAccess::Exactly(coder)) {
         InputScope scope(RunAccess::In(*own), stream);
         if (RunAccess::In(*own).IsOn(stream.Get())) done = ReadAtOnce(*own, stream, values, count);
-        Arrival arrival(stream);
+        Arrival arrival(stream, coder);
         for (; done < count; ++done) {
             own->Read(stream, values[done]);
             arrival.After(sizeof(T));
@@ -189,7 +194,7 @@ void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t&
         return;
     }
     if constexpr (IsRaw<T> || std::is_integral_v<ScalarOf<T>>) std::memset(static_cast<void*>(values), 0, count * sizeof(T));
-    Arrival arrival(stream);
+    Arrival arrival(stream, coder);
     for (; done < count; ++done) {
         coder->Read(stream, values[done]);
         arrival.After(sizeof(T));
@@ -203,6 +208,10 @@ size_t RoomFor(ZvStream$& stream, ZvCoder* coder, size_t elementBytes, size_t ar
         if (in.IsOn(stream.Get()) && in.Remaining() / elementBytes >= remaining) return remaining;
     }
     return std::min(remaining, std::max(arrived, FirstGrant / elementBytes + 1));
+}
+
+size_t RoomForBlock(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t remaining) {
+    return IsBinary(coder) ? RoomFor(stream, coder, 1, arrived, remaining) : remaining;
 }
 
 #define ZV_RUN(...)                                                                            \

@@ -19,21 +19,22 @@ template <class T>
 void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t& done);
 
 /// Ends a reader that goes on where nothing arrives any more: a memory stream gives its last byte for ever, and an element
-/// may be made of it, or of no bytes at all. After so much of that comes ZvCoderException (StreamFailed).
+/// may be made of it, or of no bytes at all. After so much of that comes ZvCoderException (StreamFailed). The stream of a coder
+/// that is no ZvBinaryCoder is not looked at: such a coder may take its values from elsewhere, and have no stream.
 class ZV_API Arrival {
 public:
-    explicit Arrival(ZvStream$& stream);
+    Arrival(ZvStream$& stream, ZvCoder* coder);
     /// An element of that many bytes has come.
     void After(size_t bytes) {
         m_bytes += bytes;
-        if (m_bytes >= Slack) Look();
+        if (m_bytes >= Slack && m_stream != nullptr) Look();
     }
 
 private:
     static constexpr size_t Slack = 64 * 1024;
     void Look();
 
-    ZvStream$& m_stream;
+    ZvStream* m_stream;                // null: not looked at
     long long m_last;
     size_t m_bytes = 0;
 };
@@ -42,5 +43,9 @@ private:
 /// as elements arrive: the answer is remaining where the stream surely holds as many (each takes elementBytes at the
 /// least), and otherwise grows with what has arrived already.
 ZV_API size_t RoomFor(ZvStream$& stream, ZvCoder* coder, size_t elementBytes, size_t arrived, size_t remaining);
+
+/// The same for the bytes of a raw block. A coder that is no ZvBinaryCoder is asked for the whole block at once: it may have
+/// a form of its own for blocks.
+ZV_API size_t RoomForBlock(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t remaining);
 
 }

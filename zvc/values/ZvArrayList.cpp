@@ -133,7 +133,7 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
     constexpr unsigned int atFirst = 4096;
     size_t capacity = std::max<size_t>(m_items.capacity(), count);
     if (std::min(count, atFirst) > m_items.capacity()) Reserve(std::min(count, atFirst));
-    zvc::detail::Arrival arrival(stream);
+    zvc::detail::Arrival arrival(stream, coder);
     for (unsigned int i = 0; i < count; ++i) {
         arrival.After(sizeof(ZvObject$));
         ZvObject$ element;

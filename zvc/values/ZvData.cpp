@@ -24,8 +24,9 @@ ZvData& ZvData::operator=(const ZvData& other) {
 }
 
 void ZvData::SetValue(size_t count, const unsigned char* bytes) {
-    std::vector<unsigned char> incoming(bytes, bytes + count);       // bytes may be our own
-    m_bytes.swap(incoming);
+    if (count > m_bytes.size()) m_bytes.resize(count);               // so many bytes are none of our own
+    if (count != 0) std::memmove(m_bytes.data(), bytes, count);
+    m_bytes.resize(count);
 }
 
 void ZvData::AddValue(size_t count, const void* bytes) {
@@ -87,10 +88,10 @@ void ZvData::Decode(ZvStream$& stream, ZvCoder* coder) {
     std::vector<unsigned char> incoming;
     do {
         const size_t arrived = incoming.size();
-        const long long position = stream->Tellg();
-        incoming.resize(arrived + zvc::detail::RoomFor(stream, coder, 1, arrived, count - arrived));
+        const long long position = arrived >= large ? stream->Tellg() : -1;
+        incoming.resize(arrived + zvc::detail::RoomForBlock(stream, coder, arrived, count - arrived));
         coder->Read(stream, static_cast<void*>(incoming.data() + arrived), incoming.size() - arrived);
-        if (incoming.size() < count && arrived >= large && position >= 0 && stream->Tellg() == position)
+        if (incoming.size() < count && position >= 0 && stream->Tellg() == position)
             throw ZvCoderException(ZvCoderException::StreamFailed, "ZvData", "ZvData::Decode", __LINE__, "");
     } while (incoming.size() < count);
     m_bytes.swap(incoming);

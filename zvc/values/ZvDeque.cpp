@@ -35,7 +35,7 @@ bool Equal(const Items& a, const Items& b, const char* function) {
 void Decode(ZvStream$& stream, ZvCoder* coder, Items& items) {
     unsigned int count = 0;
     coder->Read(stream, count);
-    Arrival arrival(stream);
+    Arrival arrival(stream, coder);
     for (; count != 0; --count) {
         arrival.After(sizeof(ZvObject$));
         ZvObject$ element;

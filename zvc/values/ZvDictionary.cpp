@@ -122,7 +122,7 @@ void ZvDictionary::Encode(ZvStream$& stream, ZvCoder* coder) const {
 void ZvDictionary::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
-    zvc::detail::Arrival arrival(stream);
+    zvc::detail::Arrival arrival(stream, coder);
     for (; count != 0; --count) {
         arrival.After(sizeof(ZvObject$));
         ZvObject$ key, value;

@@ -62,7 +62,7 @@ void ZvHashSet::Encode(ZvStream$& stream, ZvCoder* coder) const {
 void ZvHashSet::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
-    zvc::detail::Arrival arrival(stream);
+    zvc::detail::Arrival arrival(stream, coder);
     for (; count != 0; --count) {
         arrival.After(sizeof(ZvObject$));
         ZvObject$ element;
