@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <typeinfo>
 
 class ZvConstructorMap;
@@ -33,8 +34,8 @@ struct ZvTypeOptions {
 /// The schema word is the class's stream version in its low 31 bits; the top bit says that the class reads older
 /// versions too. 0x80000001 is version 1 with tolerance, 1 is version 1 with exact match, 0 is never stored.
 ///
-/// A descriptor is immutable after its construction but for the map of its ancestors and two caches. The map is built
-/// under the descriptor's own lock; the caches are built without one (two threads may build them, the last one stays).
+/// A descriptor is immutable after its construction but for the map of its ancestors and two caches, which are built under
+/// the descriptor's own lock by the first thread that needs them and read without it.
 class ZV_API ZvType : public ZvObject {
 public:
     /// Kind bits of the class-spec word.
@@ -122,6 +123,8 @@ public:
 
     /// Name to field, own and inherited (clones of the table's fields); built when missing. A base's field replaces an
     /// equally named one of the class.
+    /// CreateFieldCache makes a new cache at each call, which takes the place of the one there was: not while another
+    /// thread uses the fields. CreateMethodCache gives the one there is.
     ZvDictionary$ GetFields();
     ZvField$ FindField(const ZvString$& name);
     ZvDictionary$ GetFieldValues(const ZvObject* o);
@@ -173,6 +176,9 @@ private:
     }
     size_t CalcOffsetSlow(const ZvType* t) const;
     void BuildTable();
+    const ZvDictionary$& FieldCache() const;
+    const ZvDictionary$& MethodCache() const;
+    void BuildMethodCache() const;
 
     ZvString$ m_name;
     size_t m_size = 0;
@@ -188,7 +194,7 @@ private:
     const std::type_info* m_typeInfo = nullptr;
     ZvModuleState* m_module = nullptr;
     unsigned int m_classSpec = 0;
-    OffsetMap* m_offsets = nullptr;            // everything Compile found; owned by the descriptor that compiled it
+    std::shared_ptr<OffsetMap> m_offsets;      // everything Compile found; copies share it
     bool m_identity = false;
     bool m_registered = false;                 // a working descriptor, not an empty one or a copy
     std::atomic<bool> m_compiled{false};
@@ -197,6 +203,8 @@ private:
     std::atomic<const ZvType*> m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
     const Entry* m_table = nullptr;
     size_t m_tableMask = 0;
+    mutable std::atomic<bool> m_hasFieldCache{false};    // whoever sees them set may read the caches without a lock
+    mutable std::atomic<bool> m_hasMethodCache{false};
     mutable ZvDictionary$ m_fieldCache;
     mutable ZvDictionary$ m_methodCache;
 };
