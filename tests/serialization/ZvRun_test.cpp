@@ -24,6 +24,15 @@ public:
     int objects = 0;
 };
 
+/// States a picture of 300 by 300 bytes.
+class PictureOfBytes : public RecordingCoder {
+public:
+    using RecordingCoder::Read;
+    void Read(ZvStream$&, int& value) override { value = 300; }
+    void Read(ZvStream$&, short& value) override { value = 8; }
+    void Read(ZvStream$&, char& value) override { value = 1; }
+};
+
 class OpenData : public ZvData {
 public:
     using ZvData::Decode;
@@ -77,6 +86,10 @@ TEST(ZvRun, RawBlockIsReadAsAWhole) {
     data.Decode(none, &coder);
     EXPECT_EQ(data.GetCount(), Many);
     EXPECT_EQ(coder.calls, "block:70000 ");
+    PictureOfBytes picture;
+    ZvImage image;
+    image.Decode(none, &picture);
+    EXPECT_EQ(picture.calls, "block:90000 ");
 }
 
 TEST(ZvRun, EveryElementIsAskedForByItself) {
