@@ -2,6 +2,7 @@
 
 #include "../support/Arguments.h"
 #include "../support/Coding.h"
+#include "../support/RecordingCoder.h"
 #include "../support/TypeWithHash.h"
 
 #include <gtest/gtest.h>
@@ -472,6 +473,28 @@ TEST(ZvMethod, GoesThroughACoderWithTypesAndNames) {
     EXPECT_EQ(*read.Name(), "Key");
     EXPECT_EQ(read.Count(), 1);
     EXPECT_TRUE(!read.ParameterName(0));
+}
+
+TEST(ZvMethod, WritesNameResultCountAndAPairForEachParameter) {
+    class Naming : public RecordingCoder {
+    public:
+        using RecordingCoder::Write;
+        void Write(ZvStream$&, const ZvObject$& o) override {
+            if (!o)
+                calls += "null ";
+            else if (o->GetType() == &ZvType::s_type)
+                calls += ZvType$(o)->GetName()->CStr() + std::string(" ");
+            else
+                calls += ZvString$(o)->CStr() + std::string(" ");
+        }
+    };
+    ZvStream$ none;
+    Naming coder;
+    ZvMethod(&Shape::s_type, "Sum", ZvVtInt32, 2, ZvVtInt32, "a", ZvVtDouble, "b").Encode(none, &coder);
+    EXPECT_EQ(coder.calls, "Sum ZvInt32 u2 ZvInt32 a ZvDouble b ");
+    coder.calls.clear();
+    ZvMethod().Encode(none, &coder);
+    EXPECT_EQ(coder.calls, "null null u0 ");
 }
 
 TEST(ZvMethod, CountThatTheStreamDoesNotBearOutRaises) {

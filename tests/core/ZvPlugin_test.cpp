@@ -98,6 +98,7 @@ TEST(ZvPlugin, NewDividesTheNameAtTheFirstDot) {
     ZvObject$ owner = o;
     EXPECT_EQ(*o->ToString(), "gadget of 1");
     EXPECT_EQ(ZvSystem::New(Text("plug_gadgets.Gadget.More")), nullptr);
+    EXPECT_EQ(ZvSystem::New(Text("plug_gadgets.")), nullptr);            // an empty name is none, and not the plug-in's own
 }
 
 TEST(ZvPlugin, NewWithoutADotTakesOneWordForBoth) {

@@ -463,3 +463,62 @@ TEST(ZvType, KnowsWhetherItsObjectsCompareByIdentity) {
     };
     EXPECT_FALSE(byIdentity(new Silent));
 }
+
+namespace {
+
+/// A field whose lives are counted.
+class CountedField : public ZvFieldPrimitive<int> {
+public:
+    CountedField(ZvType* owner, const char* name) : ZvFieldPrimitive<int>(owner, name, nullptr) { ++s_alive; }
+    CountedField(const CountedField& other) : ZvFieldPrimitive<int>(other) { ++s_alive; }
+    ~CountedField() override { --s_alive; }
+    ZvObject* Clone() const override { return new CountedField(*this); }
+
+    static inline std::atomic<int> s_alive{0};
+};
+
+/// A descriptor with a field and a method, and with caches that nobody has built.
+struct FreshType {
+    ZvField* fields[2] = {new CountedField(&ZvObject::s_type, "m_only"), nullptr};
+    ZvMethod$ methods[2] = {new ZvMethod(&ZvObject::s_type, "Only", ZvVtVoid, 0), ZvMethod$()};
+    ZvFieldMap fieldMap{fields};
+    ZvMethodMap methodMap{methods};
+    ZvType type{"class Fresh", sizeof(ZvObject), 1, nullptr, ZvString::GetBases(), nullptr, &fieldMap, &methodMap, false,
+                typeid(FreshType), nullptr, 1};
+};
+
+}
+
+TEST(ZvType, EachCreateFieldCacheMakesANewOneAndTheLastStays) {
+    FreshType fresh;
+    ZvDictionary$ first = fresh.type.GetFields();
+    EXPECT_TRUE(first == fresh.type.GetFields());
+    ZvDictionary$ second = fresh.type.CreateFieldCache();
+    EXPECT_FALSE(first == second);
+    EXPECT_TRUE(second == fresh.type.GetFields());
+    EXPECT_TRUE(fresh.type.FindField($L("m_only")) == second->Find($L("m_only")));
+    first = nullptr;
+    EXPECT_EQ(CountedField::s_alive, 2);                     // the table's own, and one clone
+    ZvType copy(fresh.type);
+    EXPECT_TRUE(copy.GetFields() == second);
+}
+
+TEST(ZvType, ThreadsMayMeetCachesThatAreNotBuilt) {
+    const ZvString$ fieldName = new ZvString("m_only"), methodName = new ZvString("Only");
+    for (int round = 0; round < 50; ++round) {
+        FreshType fresh;
+        std::atomic<int> waiting{4}, good{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                --waiting;
+                while (waiting != 0) std::this_thread::yield();
+                const ZvField$ field = fresh.type.FindField(fieldName);
+                const ZvMethod$ method = fresh.type.Find(methodName, &ZvVoid::s_type, nullptr);
+                if (field && method == fresh.methods[0] && fresh.type.GetFields()->Count() == 1) ++good;
+            });
+        for (std::thread& thread : threads) thread.join();
+        ASSERT_EQ(good, 4);
+    }
+    EXPECT_EQ(CountedField::s_alive, 0);
+}

@@ -1,69 +1,17 @@
 // The vocabulary of the coders: the places of its operations, what the composite values are made of, and how coding fails.
 
 #include "support/Cases.h"
+#include "support/RecordingCoder.h"
 #include "support/Slots.h"
 
 using namespace cases;
 
 namespace {
 
-/// Writes down which primitive it was asked for, and gives 1, 2, 3, ... when it is read from.
-class Recording : public ZvCoder {
-public:
-    using ZvCoder::Read;
-    using ZvCoder::Write;
-#define RECORDED(T, letter)                                                    \
-    void Write(ZvStream$&, T value) override { Note(letter, value); }          \
-    void Read(ZvStream$&, T& value) override { Note(letter, value = static_cast<T>(++m_count)); }
-    RECORDED(double, 'd')
-    RECORDED(float, 'f')
-    RECORDED(unsigned long long, 'U')
-    RECORDED(long long, 'L')
-    RECORDED(unsigned int, 'u')
-    RECORDED(int, 'i')
-    RECORDED(unsigned short, 'v')
-    RECORDED(short, 's')
-    RECORDED(unsigned char, 'b')
-    RECORDED(char, 'c')
-    RECORDED(bool, 't')
-#undef RECORDED
-    void Write(ZvStream$&, const ZvInterface*) override {}
-    void Write(ZvStream$&, const ZvInterface$&) override {}
-    void Write(ZvStream$&, const ZvObject*) override {}
-    void Write(ZvStream$&, const ZvObject$&) override {}
-    void Write(ZvStream$&, const ZvString& text) override { calls += std::string("text:") + text.CStr(); }
-    void Write(ZvStream$&, unsigned int, const double*) override {}
-    void Write(ZvStream$&, unsigned int, const float*) override {}
-    void Write(ZvStream$&, const void*, unsigned long long) override {}
-    void Read(ZvStream$&, ZvInterface*&) override {}
-    void Read(ZvStream$&, ZvInterface$&) override {}
-    void Read(ZvStream$&, ZvObject*&) override {}
-    void Read(ZvStream$&, ZvObject$&) override {}
-    void Read(ZvStream$&, ZvString& text) override { text = ZvString("read"); }
-    void Read(ZvStream$&, unsigned int, double*) override {}
-    void Read(ZvStream$&, unsigned int, float*) override {}
-    void Read(ZvStream$&, void*, unsigned long long) override {}
-    void EncodeObject(ZvStream$&, ZvObject*) override {}
-    ZvObject* DecodeObject(ZvStream$&) override { return nullptr; }
-
-    ZvChannel* Channel() const { return m_channel; }
-    std::string calls;
-
-private:
-    unsigned int FindFileVersion(ZvType*) override { return 0; }
-    template <class T>
-    void Note(char letter, T value) {
-        std::ostringstream text;
-        text << letter << +value << ' ';
-        calls += text.str();
-    }
-    int m_count = 0;
-};
-
 template <class T>
 std::string Written(const T& value) {
     ZvStream$ none;
-    Recording coder;
+    RecordingCoder coder;
     coder.Write(none, value);
     return coder.calls;
 }
@@ -74,7 +22,7 @@ void ExpectElements(char letter, int count) {
     std::string expected;
     for (int i = 1; i <= count; ++i) expected += letter + std::to_string(i) + ' ';
     ZvStream$ none;
-    Recording coder;
+    RecordingCoder coder;
     T value{};
     coder.Read(none, value);
     EXPECT_EQ(coder.calls, expected) << typeid(T).name();
@@ -202,7 +150,7 @@ TEST(ZvCoder, MembersOfTheCompositesByName) {
     EXPECT_EQ(Written(zvcolor(1, 2, 3)), "f1 f2 f3 ");         // r, g, b
     ZvStream$ none;
     CG::rotation<double> r{};
-    Recording coder;
+    RecordingCoder coder;
     coder.Read(none, r);
     EXPECT_EQ(r.angle, 1);                                     // the angle, then the axis
     EXPECT_EQ(r.axis.x * 100 + r.axis.y * 10 + r.axis.z, 234);
@@ -224,14 +172,14 @@ TEST(ZvCoder, ColourAndVectorOfEqualComponentsAreTheSameBytes) {
 }
 
 TEST(ZvCoder, ChannelIsNullUntilItIsSetAndCopiesCarryItAlong) {
-    Recording coder;
+    RecordingCoder coder;
     EXPECT_EQ(coder.Channel(), nullptr);
     auto* channel = reinterpret_cast<ZvChannel*>(0x1230);      // not counted, and not touched
     coder.SetChannel(channel);
     EXPECT_EQ(coder.Channel(), channel);
-    const Recording copy(coder);
+    const RecordingCoder copy(coder);
     EXPECT_EQ(copy.Channel(), channel);
-    Recording assigned;
+    RecordingCoder assigned;
     assigned = coder;
     EXPECT_EQ(assigned.Channel(), channel);
     assigned.SetChannel(nullptr);
@@ -240,7 +188,7 @@ TEST(ZvCoder, ChannelIsNullUntilItIsSetAndCopiesCarryItAlong) {
 
 TEST(ZvCoder, StringsCodeThemselvesAsStringsAndPlainObjectsNotAtAll) {
     ZvStream$ none;
-    Recording coder;
+    RecordingCoder coder;
     ZvString text("written");
     text.Encode(none, &coder);
     EXPECT_EQ(coder.calls, "text:written");

@@ -56,6 +56,18 @@ TEST(ZvData, SetValueReplaces) {
     EXPECT_EQ(data->GetCount(), 0u);
 }
 
+TEST(ZvData, SetValueOfNoMoreBytesKeepsTheirPlace) {
+    ZvData$ data = MakeData("abcdef");
+    const unsigned char* place = data->GetValue();
+    data->SetValue(6, reinterpret_cast<const unsigned char*>("uvwxyz"));
+    EXPECT_EQ(data->GetValue(), place);
+    data->SetValue(3, data->GetValue() + 2);
+    EXPECT_EQ(BytesOf(*data), "wxy");
+    EXPECT_EQ(data->GetValue(), place);
+    data->SetValue(4, reinterpret_cast<const unsigned char*>("1234"));
+    EXPECT_EQ(BytesOf(*data), "1234");
+}
+
 TEST(ZvData, AddValueAppends) {
     ZvData data;
     std::string expected;

@@ -2,7 +2,7 @@
 
 #include "zvc/core/ZvSystem.h"
 #include "zvc/serialization/ZvCoder.h"
-#include "zvc/serialization/ZvCoderException.h"
+#include "zvc/serialization/ZvRun.h"
 #include "zvc/values/ZvString.h"
 
 #include <cstdarg>
@@ -114,14 +114,13 @@ void ZvMethod::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
     std::vector<ZvString$> names;                // grows as parameters arrive: the count is only a claim
+    zvc::detail::Arrival arrival(stream, coder);
     for (; count != 0; --count) {
+        arrival.After(sizeof(ZvType$) + sizeof(ZvString$));
         readType();
         ZvObject$ parameter;
         coder->Read(stream, parameter);
         names.emplace_back(parameter);
-        // A memory stream gives its last byte for ever.
-        if (count % 1024 == 0 && stream->Fail())
-            throw ZvCoderException(ZvCoderException::StreamFailed, "ZvMethod", "ZvMethod::Decode", __LINE__, "");
     }
     m_name = name;
     m_types = types;

@@ -327,7 +327,7 @@ unsigned char* ReadPixels(ZvStream$& stream, ZvCoder* coder, size_t bytes) {
     zvc::detail::Arrival arrival(stream, coder);
     size_t arrived = 0;
     do {
-        const size_t piece = zvc::detail::RoomFor(stream, coder, 1, arrived, bytes - arrived);
+        const size_t piece = zvc::detail::RoomForBlock(stream, coder, arrived, bytes - arrived);
         unsigned char* room = arrived == 0 ? zvc::detail::NewPixels(static_cast<long long>(piece), true)
                                            : zvc::detail::GrowPixels(pixels.get(), arrived, arrived + piece);
         static_cast<void>(pixels.release());

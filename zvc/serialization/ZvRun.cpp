@@ -40,6 +40,9 @@ template <class T> using ScalarOf = typename Scalar<T>::type;
 template <class T> constexpr bool IsRaw = std::is_floating_point_v<ScalarOf<T>>;
 template <class T> constexpr bool IsInteger = std::is_integral_v<ScalarOf<T>> && !std::is_same_v<T, bool>;
 
+/// Whether the coder is one that reads the binary format, the library's own or derived from it.
+bool IsBinary(const ZvCoder* coder) { return dynamic_cast<const ZvBinaryCoder*>(coder) != nullptr; }
+
 /// What is granted at first where a count may be a lie, in bytes.
 constexpr size_t FirstGrant = 64 * 1024;
 
@@ -223,6 +226,10 @@ size_t RoomFor(ZvStream$& stream, ZvCoder* coder, size_t elementBytes, size_t ar
         if (in.IsOn(stream.Get()) && in.Remaining() / elementBytes >= remaining) return remaining;
     }
     return std::min(remaining, std::max(arrived, FirstGrant / elementBytes + 1));
+}
+
+size_t RoomForBlock(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t remaining) {
+    return IsBinary(coder) ? RoomFor(stream, coder, 1, arrived, remaining) : remaining;
 }
 
 #define ZV_RUN(...)                                                                            \

@@ -21,17 +21,17 @@ template <class T>
 void ReadRun(ZvStream$& stream, ZvCoder* coder, T* values, size_t count, size_t& done);
 
 /// Ends a reader that goes on where nothing arrives any more: a memory stream gives its last byte for ever, and an element
-/// may be made of it, or of no bytes at all. After so much of that comes ZvCoderException (StreamFailed).
+/// may be made of it, or of no bytes at all. After so much of that comes ZvCoderException (StreamFailed). A coder that is
+/// no ZvBinaryCoder may take its values from elsewhere, and have no stream: it is believed until its stream has failed.
 class ZV_API Arrival {
 public:
     Arrival(ZvStream$& stream, ZvCoder* coder);
     /// An element of that many bytes has come.
     void After(size_t bytes) {
         m_bytes += bytes;
-        if (m_bytes >= Slack) Look();
+        if (m_bytes >= Slack && m_stream != nullptr) Look();
     }
-    /// True when nothing has arrived since the last call, or since the beginning, as far as the stream and the coder tell. Of a
-    /// coder that is none of the library's nothing is known: its stream has to have failed as well.
+    /// True when nothing has arrived since the last call, or since the beginning, as far as the stream and the coder tell.
     bool StandsStill();
 
 private:
@@ -50,5 +50,9 @@ private:
 /// as elements arrive: the answer is remaining where the stream surely holds as many (each takes elementBytes at the
 /// least), and otherwise grows with what has arrived already.
 ZV_API size_t RoomFor(ZvStream$& stream, ZvCoder* coder, size_t elementBytes, size_t arrived, size_t remaining);
+
+/// The same for the bytes of a raw block. A coder that is no ZvBinaryCoder is asked for the whole block at once: it may have
+/// a form of its own for blocks.
+ZV_API size_t RoomForBlock(ZvStream$& stream, ZvCoder* coder, size_t arrived, size_t remaining);
 
 }

@@ -24,8 +24,9 @@ ZvData& ZvData::operator=(const ZvData& other) {
 }
 
 void ZvData::SetValue(size_t count, const unsigned char* bytes) {
-    std::vector<unsigned char> incoming(bytes, bytes + count);       // bytes may be our own
-    m_bytes.swap(incoming);
+    if (count > m_bytes.size()) m_bytes.resize(count);               // so many bytes are none of our own
+    if (count != 0) std::memmove(m_bytes.data(), bytes, count);
+    m_bytes.resize(count);
 }
 
 void ZvData::AddValue(size_t count, const void* bytes) {
@@ -88,7 +89,7 @@ void ZvData::Decode(ZvStream$& stream, ZvCoder* coder) {
     zvc::detail::Arrival arrival(stream, coder);
     do {
         const size_t arrived = incoming.size();
-        incoming.resize(arrived + zvc::detail::RoomFor(stream, coder, 1, arrived, count - arrived));
+        incoming.resize(arrived + zvc::detail::RoomForBlock(stream, coder, arrived, count - arrived));
         coder->Read(stream, static_cast<void*>(incoming.data() + arrived), incoming.size() - arrived);
         const bool stands = arrival.StandsStill();
         if (incoming.size() < count && arrived >= large && stands)

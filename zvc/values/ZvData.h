@@ -16,8 +16,8 @@ public:
     ZvData& operator=(const ZvData& other);
     ~ZvData() override;
 
-    /// Replaces the bytes, appends to them. The source of an appending may be the blob itself. A hash that was asked for
-    /// once stays what it was.
+    /// Replaces the bytes, appends to them. The source may lie in the blob itself. A hash that was asked for once stays what
+    /// it was.
     void SetValue(size_t count, const unsigned char* bytes);
     void AddValue(size_t count, const void* bytes);
 

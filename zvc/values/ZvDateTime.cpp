@@ -96,7 +96,7 @@ long double ZvDateTime::ConvertToGMT() const {
 double ZvDateTime::DayAndTime() const { return static_cast<double>(ConvertToGMT()) * 0.041666666666666664 + m_day; }
 
 // The Julian date of the month's beginning. January and February count as months 13 and 14 of the year before.
-double ZvDateTime::DaysInLeapCycle(bool wholeDays) const {
+double ZvDateTime::MonthStart(bool wholeDays) const {
     double year = m_year;
     double month = m_month;
     if (m_month < 3) {
@@ -111,17 +111,17 @@ double ZvDateTime::DaysInLeapCycle(bool wholeDays) const {
 
 // Meant so: the days of the years are not cut to whole days in this one.
 double ZvDateTime::GetJulianDate(bool dynamical) const {
-    const double date = DaysInLeapCycle(false) + DayAndTime();
+    const double date = MonthStart(false) + DayAndTime();
     return dynamical ? date + DynamicalDays : date;
 }
 
 double ZvDateTime::GetEpoch2000Centuries(bool dynamical) const {
-    const double days = DaysInLeapCycle(true) - 2451545.0 + DayAndTime();
+    const double days = MonthStart(true) - 2451545.0 + DayAndTime();
     return (dynamical ? days + DynamicalDays : days) * 2.7378507871321012e-05;
 }
 
 double ZvDateTime::GetEpoch1990Days(bool dynamical) const {
-    const double days = DaysInLeapCycle(true) - 2447891.5 + DayAndTime();
+    const double days = MonthStart(true) - 2447891.5 + DayAndTime();
     return dynamical ? days + DynamicalDays : days;
 }
 

@@ -82,7 +82,7 @@ public:
 private:
     friend ZV_API std::istream& operator>>(std::istream& in, ZvDateTime& value);
 
-    double DaysInLeapCycle(bool wholeDays) const;
+    double MonthStart(bool wholeDays) const;
     double DayAndTime() const;
     void Assign(const ZvDateTime& other);
 

@@ -1,7 +1,6 @@
 #include "zvc/values/ZvEnum.h"
 
 #include "zvc/serialization/ZvCoder.h"
-#include "zvc/serialization/ZvCoderException.h"
 #include "zvc/serialization/ZvRun.h"
 
 #include <string>
@@ -69,11 +68,10 @@ void ZvEnum::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int count = 0;
     coder->Read(stream, count);
     m_candidates.reserve(m_candidates.size() + zvc::detail::RoomFor(stream, coder, 1, 0, count));
+    zvc::detail::Arrival arrival(stream, coder);
     for (; count != 0; --count) {
+        arrival.After(sizeof(ZvString$));
         m_candidates.emplace_back(ZvObject$(coder->DecodeObject(stream)));
-        // A memory stream gives its last byte for ever.
-        if (count % 1024 == 0 && stream->Fail())
-            throw ZvCoderException(ZvCoderException::StreamFailed, "ZvEnum", "ZvEnum::Decode", __LINE__, "");
     }
     unsigned int selection = 0;
     coder->Read(stream, selection);

@@ -31,6 +31,13 @@ unsigned long long GrownCapacity(unsigned long long capacity, unsigned long long
     return std::max(capacity + capacity / 2, needed);
 }
 
+/// What a capacity becomes when elements are added one by one until there are so many.
+template <class T>
+unsigned long long CapacityOfAdding(unsigned long long capacity, unsigned long long size) {
+    while (capacity < size) capacity = GrownCapacity<T>(capacity, capacity + 1);
+    return capacity;
+}
+
 }
 
 template <class T> ZvBase* ZvVector<T>::GetBases() {
@@ -157,22 +164,16 @@ void ZvVector<T>::Encode(ZvStream$& stream, ZvCoder* coder) const {
     if (Count() != 0) zvc::detail::WriteRun(stream, coder, first, static_cast<size_t>(Count()));
 }
 
-/// What the capacity becomes when it is first made count, where it is less, and count elements are then added singly.
+/// Reads step elements behind the last. When the coder raises, those that had come have been appended, and the capacity is
+/// what adding them one by one gives.
 template <class T>
-unsigned long long ZvVector<T>::CapacityAfterAdding(unsigned long long count) const {
-    unsigned long long capacity = std::max(Capacity(), count);
-    while (capacity < Count() + count) capacity = GrownCapacity<T>(capacity, capacity + 1);
-    return capacity;
-}
-
-/// Reads step elements behind the last. What had come when the coder raises has been appended.
-template <class T>
-void ZvVector<T>::AppendStep(ZvStream$& stream, ZvCoder* coder, size_t step) {
+void ZvVector<T>::AppendStep(ZvStream$& stream, ZvCoder* coder, size_t step, unsigned long long reserved) {
     size_t done = 0;
     try {
         zvc::detail::ReadRun(stream, coder, last, step, done);
     } catch (...) {
         last += done;
+        end = first + std::min(Capacity(), CapacityOfAdding<T>(reserved, Count()));
         throw;
     }
     last += step;
@@ -183,13 +184,14 @@ template <class T>
 void ZvVector<T>::Decode(ZvStream$& stream, ZvCoder* coder) {
     unsigned int stored = 0;
     coder->Read(stream, stored);
-    const unsigned long long capacity = CapacityAfterAdding(stored);
+    const unsigned long long reserved = std::max<unsigned long long>(Capacity(), stored);
+    const unsigned long long capacity = CapacityOfAdding<T>(reserved, Count() + stored);
     for (size_t arrived = 0; arrived < stored;) {
         const size_t step = zvc::detail::RoomFor(stream, coder, zvc::detail::LeastStreamBytes<T>, arrived, stored - arrived);
         const unsigned long long needed = Count() + step;
         const bool isLastStep = arrived + step == stored;
         if (needed > Capacity()) Reallocate(isLastStep ? capacity : needed);
-        AppendStep(stream, coder, step);
+        AppendStep(stream, coder, step, reserved);
         arrived += step;
     }
     if (Capacity() < capacity) Reallocate(capacity);

@@ -69,8 +69,9 @@ public:
     /// The size in its low 32 bits, then each element through the coder's overload for T.
     void Encode(ZvStream$& stream, ZvCoder* coder) const override;
 
-    /// Appends the elements of the stream: what the vector holds stays in front of them. Those that came before one raises
-    /// have been appended.
+    /// Appends the elements of the stream: what the vector holds stays in front of them. The capacity is first made the
+    /// stream's count, where it is less, and the elements are then added one by one. Those that came before one raises have
+    /// been appended; the capacity has then followed the count only as far as the stream bore it out.
     void Decode(ZvStream$& stream, ZvCoder* coder) override;
 
     /// Element index, converted from or to the kinds that the box of T takes; false for all others. Never grows.
@@ -93,8 +94,7 @@ private:
     void AddGrowing(const T& value);
     void GrowFor(unsigned long long needed);
     void Reallocate(unsigned long long capacity);
-    void AppendStep(ZvStream$& stream, ZvCoder* coder, size_t step);
-    unsigned long long CapacityAfterAdding(unsigned long long count) const;
+    void AppendStep(ZvStream$& stream, ZvCoder* coder, size_t step, unsigned long long reserved);
 
     T* first = nullptr;
     T* last = nullptr;
