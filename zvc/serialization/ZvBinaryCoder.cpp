@@ -17,16 +17,14 @@ void zvc::detail::RaiseCoder(Causes cause, const char* function, unsigned int li
 
 ZvBinaryCoder::ZvBinaryCoder(ZvStreamingContext$ context)
     : m_context(std::move(context)), m_generator(new ZvObjectIDGenerator), m_manager(new ZvObjectManager),
-      m_tracksAll(m_context && m_context->m_state == ZvStreamingContext::TrackObjects),
-      m_marshals(m_context && (m_context->m_state & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0),
       m_writePlans(new Plans), m_readPlans(new Plans) {
     m_tagStack.reserve(8);
 }
 
 ZvBinaryCoder::ZvBinaryCoder(const ZvBinaryCoder& other)
     : ZvCoder(other), m_context(other.m_context), m_generator(other.m_generator), m_manager(other.m_manager),
-      m_tracksAll(other.m_tracksAll), m_marshals(other.m_marshals), m_writePlans(new Plans(*other.m_writePlans)),
-      m_readPlans(new Plans(*other.m_readPlans)), m_layouts(other.m_layouts), m_versions(other.m_versions), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
+      m_writePlans(new Plans(*other.m_writePlans)), m_readPlans(new Plans(*other.m_readPlans)), m_layouts(other.m_layouts),
+      m_versions(other.m_versions), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
 
 ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     if (this == &other) return *this;
@@ -34,8 +32,6 @@ ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     m_context = other.m_context;
     m_generator = other.m_generator;
     m_manager = other.m_manager;
-    m_tracksAll = other.m_tracksAll;
-    m_marshals = other.m_marshals;
     m_writePlans.reset(new Plans(*other.m_writePlans));
     m_readPlans.reset(new Plans(*other.m_readPlans));
     m_layouts = other.m_layouts;
@@ -91,11 +87,12 @@ unsigned int ZvBinaryCoder::CalcSignificantByte(unsigned long long value) {
     return static_cast<unsigned int>((std::bit_width(value | 1) + 7) / 8);
 }
 
-// The TagInt form with that many value bytes. checked: the value bytes go through the raw Write, which asks the stream
-// for a failure; the other writers do not.
-void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked) {
+// The tag that says how many value bytes follow, and these. checked: they go through the raw Write, which asks the stream
+// for a failure; only the writers of numbers do. What does not fit goes in two transfers, for what an almost full stream
+// took of it can be told from outside.
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value, unsigned int bytes, bool checked) {
     unsigned char form[9];
-    form[0] = static_cast<unsigned char>(TagInt + bytes - 1);
+    form[0] = static_cast<unsigned char>(firstTag + bytes - 1);
     std::memcpy(form + 1, &value, 8);
     if (m_out.IsOn(stream.Get())) {
         if (checked) m_out.NoteChecked();
@@ -106,6 +103,10 @@ void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsi
         Write(stream, static_cast<const void*>(form + 1), bytes);
     else
         stream->Write(form + 1, static_cast<long long>(bytes));
+}
+
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
+    PutForm(stream, firstTag, value, CalcSignificantByte(value), false);
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
@@ -139,28 +140,28 @@ void ZvBinaryCoder::Write(ZvStream$& stream, bool value) {
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned char value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, 1, false);
+    PutForm(stream, TagInt, value, 1, false);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, char value) { Write(stream, static_cast<unsigned char>(value)); }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned short value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, CalcSignificantByte(value), false);
+    PutForm(stream, TagInt, value);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, short value) { Write(stream, static_cast<unsigned short>(value)); }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, CalcSignificantByte(value), true);
+    PutForm(stream, TagInt, value, CalcSignificantByte(value), true);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, int value) { Write(stream, static_cast<unsigned int>(value)); }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned long long value) {
     RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, CalcSignificantByte(value), false);
+    PutForm(stream, TagInt, value);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, long long value) { Write(stream, static_cast<unsigned long long>(value)); }
@@ -191,17 +192,10 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
-    unsigned char head[9];
-    unsigned int headSize = 1;
-    if (n < 16) {
-        head[0] = static_cast<unsigned char>(TagStringLT16 + n);
-    } else {
-        const unsigned int k = CalcSignificantByte(n);
-        head[0] = static_cast<unsigned char>(TagStringGE16 - 1 + k);
-        std::memcpy(head + 1, &n, 8);
-        headSize += k;
-    }
-    Put(stream, head, headSize);
+    if (n < 16)
+        WriteTag(stream, static_cast<unsigned char>(TagStringLT16 + n));
+    else
+        PutForm(stream, TagStringGE16, n);
     Put(stream, bytes, n);
 }
 

@@ -145,12 +145,15 @@ private:
     ZvObject* DecodeSerializable(ZvStream$& stream, ZvType* type);
     void DecodeFields(ZvStream$& stream, ZvObject* object, Plan& plan);
 
-    bool IsTracked(const ZvType* type) const { return type->IsMarshalByRef() || m_tracksAll; }
+    // The context is asked each time: whoever holds it may assign to it.
+    int State() const { return m_context ? m_context->m_state : 0; }
+    bool IsTracked(const ZvType* type) const { return type->IsMarshalByRef() || State() == ZvStreamingContext::TrackObjects; }
     long long KnownId(const ZvObject* object);
     long long RegisterObject(ZvObject* object);
     ZvObject* RegisteredObject(long long id);
 
-    void PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked);
+    void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value, unsigned int bytes, bool checked);
+    void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value);
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
     long long TakeId(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
@@ -161,8 +164,6 @@ private:
     ZvStreamingContext$ m_context;
     ZvObjectIDGenerator$ m_generator;
     ZvObjectManager$ m_manager;
-    bool m_tracksAll;
-    bool m_marshals;                          // objects that go by reference are replaced by their reference
     std::unique_ptr<Plans> m_writePlans;      // two sets: on a channel one thread writes while another reads
     std::unique_ptr<Plans> m_readPlans;
     std::shared_ptr<Layouts> m_layouts;       // both made when first needed; from then on copies of the coder share them

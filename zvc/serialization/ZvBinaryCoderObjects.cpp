@@ -45,6 +45,12 @@ private:
     ZvObject* m_object;
 };
 
+// No handle, at whose end an object that nobody holds would go; and the interface wherever it stands among the class's.
+ZvISerializable* AsSerializable(ZvObject* object) {
+    const size_t offset = object->GetType()->CalcOffset(&ZvISerializable::s_type);
+    return reinterpret_cast<ZvISerializable*>(reinterpret_cast<char*>(object) + offset);
+}
+
 ZvType* AsType(ZvObject* object) {
     return object->IsKindOf(&ZvType::s_type) ? static_cast<ZvType*>(object) : nullptr;
 }
@@ -106,16 +112,10 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject$& object) {
 
 // Objects stay at home when they cross the border of a process: what goes by reference is written as its reference.
 void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
-    if (m_marshals && object != nullptr) {
+    if ((State() & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0 && object != nullptr) {
         if (const ZvObject$ reference = zvc::detail::ReferenceInPlaceOf(object, m_channel)) return EncodeObject(stream, reference.Get());
     }
     EncodeObject(stream, const_cast<ZvObject*>(object));
-}
-
-// A back reference: the tag in front of range plus the count of id bytes, then the id.
-static void PutReference(unsigned char (&form)[9], unsigned char range, long long id, unsigned int bytes) {
-    form[0] = static_cast<unsigned char>(range - 1 + bytes);
-    std::memcpy(form + 1, &id, 8);
 }
 
 void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
@@ -125,10 +125,7 @@ void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
     Plan& plan = m_writePlans->Of(t);
     if (plan.id == 0) plan.id = KnownId(type);
     if (plan.id == 0) return EncodeDefinition(stream, t, plan);
-    unsigned char form[9];
-    const unsigned int bytes = CalcSignificantByte(static_cast<unsigned long long>(plan.id));
-    PutReference(form, TagType, plan.id, bytes);
-    Put(stream, form, bytes + 1);
+    PutForm(stream, TagType, static_cast<unsigned long long>(plan.id));
 }
 
 void ZvBinaryCoder::EncodeDefinition(ZvStream$& stream, ZvType* type, Plan& plan) {
@@ -175,12 +172,7 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
     ZvType* type = object->GetType();
     const bool tracked = IsTracked(type);
     if (tracked) {
-        if (const long long id = KnownId(object); id > 0) {
-            unsigned char form[9];
-            const unsigned int bytes = CalcSignificantByte(static_cast<unsigned long long>(id));
-            PutReference(form, TagObject, id, bytes);
-            return Put(stream, form, bytes + 1);
-        }
+        if (const long long id = KnownId(object); id > 0) return PutForm(stream, TagObject, static_cast<unsigned long long>(id));
     }
     if (ZvType* itself = AsType(object)) return EncodeType(stream, itself);
     WriteTag(stream, TagNewObject);
@@ -191,8 +183,7 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
 void ZvBinaryCoder::EncodeContent(ZvStream$& stream, ZvObject* object, Plan& plan, bool tracked) {
     if (plan.kind == Kind::Serializable) {
         ZvSerializationInfo$ info = new ZvSerializationInfo;
-        ZvISerializable$ serializable = ZvObject$(object);
-        serializable->GetObjectData(info);
+        AsSerializable(object)->GetObjectData(info);
         EncodeObject(stream, info.Get());
         if (tracked) RegisterObject(object);       // only now: a cycle through such an object does not end
         return;
