@@ -1,6 +1,7 @@
 // The conversation of a coder: which numbers it gives, what it leaves alone, and how an almost full stream ends it.
 
 #include "support/Graph.h"
+#include "support/Temporary.h"
 
 #include <functional>
 #include <memory>
@@ -286,4 +287,85 @@ TEST(ZvBinaryCoderObjects, LongStringEndsBehindItsTagOnAnAlmostFullStream) {
     EXPECT_TRUE(memory->Fail());
     EXPECT_EQ((*array)[0], 0x98);
     EXPECT_EQ((*array)[1], '0');                         // the length stood there, and the text after it
+}
+
+TEST(ZvBinaryCoderObjects, BytesBehindWhatIsWrittenStayAsTheyAre) {
+    const struct {
+        ZvObject$ object;
+        std::string bytes;
+    } rows[] = {
+        {nullptr, "80"},
+        {new GEmpty, "84" + Empty},
+        {new ZvPrimitive<int>(5), "84" + Int32 + "a005"},
+        {new ZvPrimitive<int>(1000), "84" + Int32 + "a1e803"},
+        {new ZvPrimitive<int>(-1), "84" + Int32 + "a3ffffffff"},
+        {new ZvString("ab"), "84" + String + "8a6162"},
+        {new ZvString("0123456789abcdef"), "84" + String + "9810" + ToHex("0123456789abcdef")},
+    };
+    for (const auto& row : rows) {
+        Bytes array = new ZvPrimArray<unsigned char>(100, nullptr);
+        std::memset(array->GetBaseAddress(), 0xEE, 100);
+        ZvStream$ stream = new ZvMemoryStream(array);
+        stream->Seekp(10, ZvStream::Begin);
+        Coder(0)->Write(stream, row.object);
+        const std::string before(10, '\xEE'), bytes = FromHex(row.bytes);
+        EXPECT_EQ(ToHex(std::string(static_cast<const char*>(array->GetBaseAddress()), 100)),
+                  ToHex(before + bytes + std::string(90 - bytes.size(), '\xEE')));
+    }
+}
+
+// ---- streams that have failed ---------------------------------------------------------------------------------------------
+
+TEST(ZvBinaryCoderObjects, FailureOfBeforeShowsInTheFirstNumberThatIsChecked) {
+    Memory out;
+    out.stream->Seekp(0, ZvStream::End);                 // fails for good
+    ASSERT_TRUE(out.stream->Fail());
+    ZvBinaryCoder$ coder = Coder(1);
+    const ZvObject$ object = new GEmpty;
+    coder->Write(out.stream, ZvObject$());               // no number in it
+    try {
+        coder->Write(out.stream, object);
+        ADD_FAILURE() << "nothing raised";
+    } catch (const ZvCoderException& e) {
+        EXPECT_EQ(e.cause, ZvCoderException::StreamFailed);
+        EXPECT_STREQ(e.function, "ZvBinaryCoder::Write");
+    }
+    EXPECT_EQ(Taken(out), "80" "84878e" + ToHex("GEmpty") + "8b" + ToHex("App") + "a001");     // up to the class spec
+}
+
+TEST(ZvBinaryCoderObjects, TextThatDoesNotFitShowsInTheNextNumberThatIsChecked) {
+    // Room for the tags and for the module's name, but not for the name of the type, whose transfer nobody asks about.
+    Bytes array = new ZvPrimArray<unsigned char>(12, nullptr);
+    ZvStream$ stream = new ZvMemoryStream(array);
+    EXPECT_EQ(CauseOf([&] { Coder(0)->Write(stream, ZvObject$(new ZvArrayList)); }), ZvCoderException::StreamFailed);
+    EXPECT_EQ(stream->Tellp(), 9);                       // 84 87 93, no name, 8B 'ZVC', A0 01
+    EXPECT_EQ(ToHex(std::string(static_cast<const char*>(array->GetBaseAddress()), 9)), "8487938b5a5643a001");
+}
+
+TEST(ZvBinaryCoderObjects, FailureOfAFileLastsUntilTheNextTransfer) {
+    const TemporaryFolder folder;
+    const std::string path = folder.File("file");
+    const ZvObject$ object = new GEmpty;
+    {
+        ZvStream$ file = new ZvFileStream(path.c_str(), ZvFile::Write, ZvFile::Create);
+        char c;
+        file->Read(&c, 1);                               // without the right to
+        ASSERT_TRUE(file->Fail());
+        ZvBinaryCoder$ coder = Coder(1);
+        coder->Write(file, object);
+        coder->Write(file, object);
+        EXPECT_FALSE(file->Fail());
+    }
+    ZvStream$ file = new ZvFileStream(path.c_str(), ZvFile::Read, ZvFile::Open);
+    file->Write("x", 1);
+    ASSERT_TRUE(file->Fail());
+    ZvBinaryCoder$ coder = Coder(1);
+    ZvObject$ first, second;
+    coder->Read(file, first);
+    EXPECT_FALSE(file->Fail());
+    file->Write("x", 1);
+    ASSERT_TRUE(file->Fail());
+    coder->Read(file, second);                           // a back reference, whose id is checked
+    EXPECT_TRUE(first == second);
+    EXPECT_FALSE(file->Fail());
 }

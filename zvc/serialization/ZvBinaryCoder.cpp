@@ -76,6 +76,12 @@ unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
         m_tagStack.pop_back();
         return tag;
     }
+    if (m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.AtHand(1)) {
+            m_in.Advance(1);
+            return *at;
+        }
+    }
     unsigned char tag = 0;               // an exhausted stream reads as 0, which is no tag
     Take(stream, &tag, 1);
     return tag;
@@ -88,21 +94,34 @@ unsigned int ZvBinaryCoder::CalcSignificantByte(unsigned long long value) {
 }
 
 // The tag that says how many value bytes follow, and these. checked: they go through the raw Write, which asks the stream
-// for a failure; only the writers of numbers do. What does not fit goes in two transfers, for what an almost full stream
+// for a failure; only some writers of numbers do. What does not fit goes in two transfers, for what an almost full stream
 // took of it can be told from outside.
 void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value, unsigned int bytes, bool checked) {
-    unsigned char form[9];
-    form[0] = static_cast<unsigned char>(firstTag + bytes - 1);
-    std::memcpy(form + 1, &value, 8);
-    if (m_out.IsOn(stream.Get())) {
-        if (checked) m_out.NoteChecked();
-        if (m_out.Put(form, bytes + 1)) return;
+    const auto tag = static_cast<unsigned char>(firstTag - 1 + bytes);
+    if (checked && m_out.IsOn(stream.Get())) m_out.NoteChecked();
+    if (PutTagged(stream, tag, value, bytes)) {
+        if (checked && m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
+        return;
     }
-    stream->Write(form[0]);
+    stream->Write(tag);
     if (checked)
-        Write(stream, static_cast<const void*>(form + 1), bytes);
+        Write(stream, static_cast<const void*>(&value), bytes);
     else
-        stream->Write(form + 1, static_cast<long long>(bytes));
+        stream->Write(&value, static_cast<long long>(bytes));
+}
+
+// The number of that many bytes, 1 to 8.
+unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int bytes) {
+    unsigned long long value = 0;
+    if (m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.AtHand(8)) {
+            std::memcpy(&value, at, 8);
+            m_in.Advance(bytes);
+            return value & ~0ull >> (64 - 8 * bytes);
+        }
+    }
+    Take(stream, &value, bytes);
+    return value;
 }
 
 void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
@@ -113,9 +132,7 @@ unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int ma
     RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
     const unsigned char tag = ReadTag(stream);
     if (tag < TagInt || tag >= TagInt + maxBytes) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::Read");
-    unsigned long long value = 0;        // never sign-extended: the bytes that are not there are zero
-    Take(stream, &value, tag - TagInt + 1u);
-    return value;
+    return TakeBytes(stream, tag - TagInt + 1u);         // never sign-extended: the bytes that are not there are zero
 }
 
 // ---- writers ----------------------------------------------------------------------------------------------------------
@@ -192,10 +209,17 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
-    if (n < 16)
-        WriteTag(stream, static_cast<unsigned char>(TagStringLT16 + n));
-    else
+    if (n < 16) {
+        const auto tag = static_cast<unsigned char>(TagStringLT16 + n);
+        if (unsigned char* const at = m_out.IsOn(stream.Get()) ? m_out.Room(n + 1) : nullptr) {
+            *at = tag;
+            zvc::detail::CopyShort(at + 1, bytes, n);
+            return m_out.Advance(n + 1);
+        }
+        WriteTag(stream, tag);
+    } else {
         PutForm(stream, TagStringGE16, n);
+    }
     Put(stream, bytes, n);
 }
 
@@ -257,15 +281,20 @@ void ZvBinaryCoder::DecodeString(ZvStream$& stream, ZvString& text) {
     if (tag < TagStringLT16 || tag >= TagReserve1) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::DecodeString");
     size_t length = tag - TagStringLT16;
     if (tag >= TagStringGE16) {
-        length = 0;
-        Take(stream, &length, tag - TagStringGE16 + 1u);
+        length = TakeBytes(stream, tag - TagStringGE16 + 1u);
     }
     // A length is believed as far as the stream surely reaches, and else in steps.
     constexpr size_t Step = 64 * 1024;
     const bool surely = length <= Step || (m_in.IsOn(stream.Get()) && m_in.Remaining() >= length);
     if (surely) {
         char* buffer = text.GetBuffer(length);
-        Take(stream, buffer, length);
+        const unsigned char* const at = length < 16 && m_in.IsOn(stream.Get()) ? m_in.AtHand(length) : nullptr;
+        if (at != nullptr) {
+            zvc::detail::CopyShort(buffer, at, length);
+            m_in.Advance(length);
+        } else {
+            Take(stream, buffer, length);
+        }
         buffer[length] = '\0';
         return;
     }

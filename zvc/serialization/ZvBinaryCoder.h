@@ -143,6 +143,7 @@ private:
     bool DecodeLayout(ZvStream$& stream, Plan& plan);
     ZvObject* DecodeNew(ZvStream$& stream);
     ZvObject* DecodeSerializable(ZvStream$& stream, ZvType* type);
+    void DecodeContent(ZvStream$& stream, ZvObject* object, Plan& plan);
     void DecodeFields(ZvStream$& stream, ZvObject* object, Plan& plan);
 
     // The context is asked each time: whoever holds it may assign to it.
@@ -155,8 +156,9 @@ private:
     void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value, unsigned int bytes, bool checked);
     void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value);
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
-    long long TakeId(ZvStream$& stream, unsigned int bytes);
+    unsigned long long TakeBytes(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
+    bool PutTagged(ZvStream$& stream, unsigned char tag, unsigned long long value, unsigned int bytes);
     size_t Take(ZvStream$& stream, void* data, size_t size);
     void RequireWrite(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);
     void RequireRead(ZvStream$& stream, ZvCoderException::Causes cause, const char* function);

@@ -5,10 +5,28 @@
 #include "zvc/core/ZvField.h"
 #include "zvc/serialization/ZvBinaryCoder.h"
 
+#include <cstring>
 #include <deque>
 #include <unordered_map>
 
 namespace zvc::detail {
+
+/// Copies fewer than 16 bytes: short strings and numbers are many, and a call for each takes longer than this.
+inline void CopyShort(void* to, const void* from, size_t size) {
+    auto* const target = static_cast<unsigned char*>(to);
+    const auto* const source = static_cast<const unsigned char*>(from);
+    const auto ends = [&]<class Word>(Word) {
+        Word first, last;
+        std::memcpy(&first, source, sizeof(Word));
+        std::memcpy(&last, source + size - sizeof(Word), sizeof(Word));
+        std::memcpy(target, &first, sizeof(Word));
+        std::memcpy(target + size - sizeof(Word), &last, sizeof(Word));
+    };
+    if (size == 1) *target = *source;
+    else if (size >= 8) ends(uint64_t());
+    else if (size >= 4) ends(uint32_t());
+    else if (size >= 2) ends(uint16_t());
+}
 
 [[noreturn]] void RaiseCoder(ZvCoderException::Causes cause, const char* function,
                              unsigned int line = __builtin_LINE());
@@ -54,6 +72,7 @@ struct ZvBinaryCoder::Plan {
     ZvType* type = nullptr;
     Kind kind = Kind::Codec;
     bool isReference = false;        // derived from ZvObjRef: learns the channel it came through
+    bool isType = false;             // its objects are descriptors
     long long id = 0;                // once the type has one
     bool hasFields = false;
     std::vector<ZvField$> fields;    // the fields of today, in the order of the class's dictionary
@@ -63,15 +82,23 @@ struct ZvBinaryCoder::Plan {
 
 class ZvBinaryCoder::Plans {
 public:
-    Plan& Of(ZvType* type);
+    Plan& Of(ZvType* type) {
+        Plan*& recent = m_recent[PlaceOf(type)];
+        if (recent == nullptr || recent->type != type) recent = &Look(type);
+        return *recent;
+    }
 
     Plans() = default;
     Plans(const Plans& other);
 
 private:
+    static constexpr size_t Recent = 16;          // the classes of a document are few and take turns
+    static size_t PlaceOf(const ZvType* type) { return (reinterpret_cast<uintptr_t>(type) * 0x9E3779B97F4A7C15ull) >> 60; }
+    Plan& Look(ZvType* type);
+
     std::deque<Plan> m_plans;
     std::unordered_map<const ZvType*, Plan*> m_byType;
-    Plan* m_last = nullptr;
+    Plan* m_recent[Recent] = {};
 };
 
 // The causes of a stream that cannot be written or read differ between the operations. Programs tell them apart, so they
@@ -87,4 +114,20 @@ inline void ZvBinaryCoder::RequireRead(ZvStream$& stream, ZvCoderException::Caus
 inline void ZvBinaryCoder::Put(ZvStream$& stream, const void* data, size_t size) {
     if (m_out.IsOn(stream.Get()) && m_out.Put(data, size)) return;
     stream->Write(data, static_cast<long long>(size));
+}
+
+// A tag and that many bytes of a number, where that can be done without the stream. No byte behind them is touched: in the middle
+// of a memory stream there is something.
+inline bool ZvBinaryCoder::PutTagged(ZvStream$& stream, unsigned char tag, unsigned long long value, unsigned int bytes) {
+    if (!m_out.IsOn(stream.Get())) return false;
+    if (unsigned char* at = m_out.Room(bytes + 1)) {
+        *at = tag;
+        zvc::detail::CopyShort(at + 1, &value, bytes);
+        m_out.Advance(bytes + 1);
+        return true;
+    }
+    unsigned char form[9];
+    form[0] = tag;
+    std::memcpy(form + 1, &value, 8);
+    return m_out.Put(form, bytes + 1);
 }

@@ -50,8 +50,8 @@ public:
         return true;
     }
 
-    /// What the stream's Fail answers now.
-    bool Failed() const;
+    /// What the stream's Fail would answer now without a window; a file's failure of long ago does not count.
+    bool Failed() const { return *m_failure; }
 
     /// The next Close reports a failed transfer.
     void NoteChecked() { m_checked = true; }
@@ -65,6 +65,7 @@ private:
     bool m_isFile = false;
     bool m_failed = false;
     bool m_checked = false;
+    const bool* m_failure = &m_failed;          // or the memory stream's own
     unsigned char** m_cursor = &m_next;
     unsigned char* m_limit = nullptr;           // the cursor may come to stand here, and no further
     unsigned char* m_next = nullptr;
@@ -87,7 +88,11 @@ public:
         if (static_cast<size_t>(*m_limit - *m_cursor) >= size) return *m_cursor;
         return Fill(size);
     }
-    /// The same, and how many bytes are at hand there: size or more.
+    /// Only what is there by now: nothing is waited for.
+    const unsigned char* AtHand(size_t size) const {
+        return static_cast<size_t>(*m_limit - *m_cursor) >= size ? *m_cursor : nullptr;
+    }
+    /// As Look, and how many bytes are at hand there: size or more.
     const unsigned char* Look(size_t size, size_t& atHand) {
         const unsigned char* const at = Look(size);
         atHand = static_cast<size_t>(*m_limit - *m_cursor);
