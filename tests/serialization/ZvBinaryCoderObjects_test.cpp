@@ -251,6 +251,16 @@ TEST(ZvBinaryCoderObjects, InterfacePointerToAnObjectWithoutOneIsNull) {
     EXPECT_EQ(pointer, nullptr);
 }
 
+TEST(ZvBinaryCoderObjects, ReadingPullsInThePluginThatATypeLivesIn) {
+    Memory in(FromHex("84" "878e" + ToHex("Gadget") + "94" + ToHex("plug_gadgets") + "a001" "a001" "84" + String + "8e" + ToHex("m_size") +
+                      Int32 + "a02a"));
+    ZvObject$ gadget;
+    Coder(0)->Read(in.stream, gadget);
+    ASSERT_TRUE(gadget);
+    EXPECT_EQ(*gadget->ToString(), "gadget of 42");
+    EXPECT_NE(ZvSystem::FindModule("plug_gadgets"), nullptr);
+}
+
 // ---- almost full streams --------------------------------------------------------------------------------------------------
 
 // A tag and the bytes that belong to it are two transfers: the first may succeed where the second does not.
