@@ -85,8 +85,9 @@ TEST_F(CrashDump, ShowsTheOtherThreadsWhereTheyStand) {
     for (const char* function : {"WaitInARead", "WaitForAMutex", "SpinForEver", "StandSuspended"})
         EXPECT_NE(text.find(std::string("::") + function + " ()"), std::string::npos) << function << "\n" << text;
     // One that hears no signal is seen as far as the kernel tells where it is, which is a sanitizer's own read otherwise.
-    if (!ZVC_ADDRESS_SANITIZER)
+    if (!ZVC_ADDRESS_SANITIZER) {
         EXPECT_NE(text.find("::WaitInARead ()", text.find("::WaitInARead ()") + 1), std::string::npos) << text;
+    }
     EXPECT_NE(thread("::WaitInARead ()").find("read"), std::string::npos) << text;
     EXPECT_NE(thread("::StandSuspended ()").find("OnControlSignal"), std::string::npos) << text;
     // The first thread, the five, and the library's own workers, one for each processor.
