@@ -117,6 +117,20 @@ TEST(TaskScheduler, EachPieceRunsOnceAndTheEndOnceAfterAllOfThem) {
     EXPECT_EQ(ranAtEnd, Pieces);
 }
 
+TEST(TaskScheduler, EndIsRunByTheWorkerThatFinishedLast) {
+    std::atomic<int> elsewhere{0};
+    for (int batch = 0; batch < 50; ++batch) {
+        std::vector<unsigned int> ran(20, ~0u);
+        ZvSystem::StartTask();
+        for (unsigned int& index : ran)
+            Add(
+                ZvSystem::TaskQueueBack, 1, [&](const ZvSystem::ThreadInfo& info, unsigned int, void*) { index = info.index; },
+                [&](const ZvSystem::ThreadInfo& info) { elsewhere += info.index != index; });
+        ZvSystem::EndTask();
+    }
+    EXPECT_EQ(elsewhere, 0);                      // who ran the only piece finished last
+}
+
 TEST(TaskScheduler, AllWorkersShareTheTaskAtTheHead) {
     std::atomic<unsigned int> inside{0};
     std::mutex mutex;

@@ -82,56 +82,6 @@ TEST(ZvStream, TypedValuesHaveFixedWidths) {
     EXPECT_EQ(d + f, 3.0);
 }
 
-TEST(ZvMemoryStream, LastByteIsNeverPassed) {
-    Bytes bytes = new ZvPrimArray<unsigned char>(4, nullptr);
-    ZvMemoryStream s(bytes);
-    EXPECT_EQ(s.Write("abc", 3), 3);
-    EXPECT_FALSE(s.Fail());
-    EXPECT_EQ(s.Write("d", 1), 1);
-    EXPECT_TRUE(s.Fail());
-    EXPECT_EQ(s.Tellp(), 3);
-    EXPECT_EQ((*bytes)[3], 'd');
-    s.Seekg(0, ZvStream::Begin);
-    EXPECT_TRUE(s.Fail());                  // for good
-    EXPECT_EQ(s.GetFileLength(), 4);
-    EXPECT_TRUE(s.CanSeek() && s.CanRead() && s.CanWrite());
-}
-
-TEST(ZvMemoryStream, SeekToTheEndFails) {
-    Bytes bytes = new ZvPrimArray<unsigned char>(4, nullptr);
-    {
-        ZvMemoryStream s(bytes);
-        s.Seekg(0, ZvStream::End);
-        EXPECT_TRUE(s.Fail());
-    }
-    {
-        ZvMemoryStream s(bytes);
-        s.Seekg(-1, ZvStream::End);
-        EXPECT_FALSE(s.Fail());
-        EXPECT_EQ(s.Tellg(), 3);
-        s.Seekp(-1, ZvStream::Current);
-        EXPECT_EQ(s.Tellp(), 2);
-        s.Seekp(1, static_cast<ZvStream::SeekOrigin>(3));
-        EXPECT_EQ(s.Tellp(), 2);
-        EXPECT_FALSE(s.Fail());
-        s.Seekp(-1, ZvStream::Begin);
-        EXPECT_TRUE(s.Fail());
-        EXPECT_EQ(s.Tellp(), 2);
-    }
-}
-
-TEST(ZvMemoryStream, SetEndOfFileCutsTheRangeAlone) {
-    Bytes bytes = new ZvPrimArray<unsigned char>(8, nullptr);
-    ZvMemoryStream s(bytes);
-    s.Write("abcd", 4);
-    EXPECT_TRUE(s.SetEndOfFile());
-    EXPECT_EQ(bytes->Count(), 8u);
-    s.Seekg(0, ZvStream::Begin);
-    EXPECT_EQ(ReadText(s, 3), "abc");
-    EXPECT_EQ(ReadText(s, 1), "d");
-    EXPECT_TRUE(s.Fail());
-}
-
 TEST(ZvFileStream, WritesThroughAndReadsBack) {
     TemporaryFile file;
     {

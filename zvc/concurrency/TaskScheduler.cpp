@@ -111,22 +111,22 @@ void TaskScheduler::Work(ZvObject$& index) {
     using Index = ZvPrimitive<unsigned int>;
     if (!index || (index->GetType() != &Index::s_type && index->GetType()->CalcOffset(&Index::s_type) == ZvNoOffset)) return;
     const ZvSystem::ThreadInfo info{static_cast<Index*>(index.Get())->value};
-    while (Task* task = NextTask()) RunPieces(*task, info);
+    while (const Piece first = NextPiece()) RunPieces(first, info);
 }
 
-// The first task with pieces left, which then counts this worker too; null when the workers are to end. A task in the queue is
-// alive: whoever takes its last piece takes it out before that piece is run.
-TaskScheduler::Task* TaskScheduler::NextTask() {
+// The first task with pieces left, and the number of pieces it had before one of them was taken for this worker, which the task
+// then counts; no task when the workers are to end. A task in the queue is alive: whoever takes its last piece takes it out
+// before that piece is run.
+TaskScheduler::Piece TaskScheduler::NextPiece() {
     ZvLock lock(m_queueObject.Get());
     for (;;) {
         while (m_first == nullptr && !m_stopping) m_queueObject->Wait();
-        if (m_stopping) return nullptr;           // even if tasks are left
+        if (m_stopping) return {};                // even if tasks are left
         Task* task = m_first;
-        if (task->toStart > 0) {
-            task->toFinish.fetch_add(1);
-            return task;
-        }
-        Unlink(*task);
+        const int64_t left = task->toStart.fetch_sub(1);
+        if (left > 0) task->toFinish.fetch_add(1);
+        if (left <= 1) Unlink(*task);
+        if (left > 0) return {task, left};
     }
 }
 
@@ -164,20 +164,24 @@ private:
 };
 
 // Runs pieces as long as the task stands at the head: a task that is put before it goes first. The pieces run are subtracted at
-// the end in one step: before that the task cannot be finished, since this worker is still at it.
-void TaskScheduler::RunPieces(Task& task, const ZvSystem::ThreadInfo& info) {
+// the end in one step: before that the task cannot be finished, since this worker is still at it. Whoever comes to a task has a
+// piece of it, so that the end of a task is never run by a worker that ran none.
+void TaskScheduler::RunPieces(const Piece& first, const ZvSystem::ThreadInfo& info) {
+    Task& task = *first.task;
     Courtesy courtesy(info.index);
     int64_t done = 1;
-    while (m_first.load(std::memory_order_relaxed) == &task && !m_stopping.load(std::memory_order_relaxed)) {
-        const int64_t left = task.toStart.fetch_sub(1);
+    int64_t left = first.left;
+    for (;;) {
+        task.body(info, static_cast<unsigned int>(left - 1), task.user);
+        ++done;
+        courtesy.AfterPiece(left);
+        if (m_first.load(std::memory_order_relaxed) != &task || m_stopping.load(std::memory_order_relaxed)) break;
+        left = task.toStart.fetch_sub(1);
         if (left <= 0) break;
         if (left == 1) {
             ZvLock lock(m_queueObject.Get());
             Unlink(task);
         }
-        task.body(info, static_cast<unsigned int>(left - 1), task.user);
-        ++done;
-        courtesy.AfterPiece(left);
     }
     if (task.toFinish.fetch_sub(done) == done) Finish(task, info);
 }

@@ -45,9 +45,16 @@ private:
     struct Task;
     class Courtesy;
 
+    /// A piece that was handed out.
+    struct Piece {
+        Task* task = nullptr;
+        int64_t left = 0;                         // pieces that the task had, this one among them
+        explicit operator bool() const { return task != nullptr; }
+    };
+
     void Work(ZvObject$& index);
-    Task* NextTask();
-    void RunPieces(Task& task, const ZvSystem::ThreadInfo& info);
+    Piece NextPiece();
+    void RunPieces(const Piece& first, const ZvSystem::ThreadInfo& info);
     void Finish(Task& task, const ZvSystem::ThreadInfo& info);
     void Link(Task& task, Task* before, Task* behind);
     void Unlink(Task& task);

@@ -35,16 +35,14 @@ void zvc::detail::RaiseCoder(Causes cause, const char* function, unsigned int li
 
 ZvBinaryCoder::ZvBinaryCoder(ZvStreamingContext$ context)
     : m_context(std::move(context)), m_generator(new ZvObjectIDGenerator), m_manager(new ZvObjectManager),
-      m_tracksAll(m_context && m_context->m_state == ZvStreamingContext::TrackObjects),
-      m_marshals(m_context && (m_context->m_state & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0),
       m_writePlans(new Plans), m_readPlans(new Plans) {
     m_tagStack.reserve(8);
 }
 
 ZvBinaryCoder::ZvBinaryCoder(const ZvBinaryCoder& other)
     : ZvCoder(other), m_context(other.m_context), m_generator(other.m_generator), m_manager(other.m_manager),
-      m_tracksAll(other.m_tracksAll), m_marshals(other.m_marshals), m_writePlans(new Plans(*other.m_writePlans)),
-      m_readPlans(new Plans(*other.m_readPlans)), m_layouts(other.m_layouts), m_versions(other.m_versions), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
+      m_writePlans(new Plans(*other.m_writePlans)), m_readPlans(new Plans(*other.m_readPlans)), m_layouts(other.m_layouts),
+      m_versions(other.m_versions), m_tagStack(other.m_tagStack), m_level(other.m_level) {}
 
 ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     if (this == &other) return *this;
@@ -52,8 +50,6 @@ ZvBinaryCoder& ZvBinaryCoder::operator=(const ZvBinaryCoder& other) {
     m_context = other.m_context;
     m_generator = other.m_generator;
     m_manager = other.m_manager;
-    m_tracksAll = other.m_tracksAll;
-    m_marshals = other.m_marshals;
     m_writePlans.reset(new Plans(*other.m_writePlans));
     m_readPlans.reset(new Plans(*other.m_readPlans));
     m_layouts = other.m_layouts;
@@ -102,27 +98,6 @@ size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size, bool
     return done;
 }
 
-namespace {
-
-// Fewer than 16 bytes: short strings are many, and a call for each takes longer than this.
-inline void CopyShort(void* to, const void* from, size_t size) {
-    auto* const target = static_cast<unsigned char*>(to);
-    const auto* const source = static_cast<const unsigned char*>(from);
-    const auto ends = [&]<class Word>(Word) {
-        Word first, last;
-        std::memcpy(&first, source, sizeof(Word));
-        std::memcpy(&last, source + size - sizeof(Word), sizeof(Word));
-        std::memcpy(target, &first, sizeof(Word));
-        std::memcpy(target + size - sizeof(Word), &last, sizeof(Word));
-    };
-    if (size >= 8) ends(uint64_t());
-    else if (size >= 4) ends(uint32_t());
-    else if (size >= 2) ends(uint16_t());
-    else if (size == 1) *target = *source;
-}
-
-}
-
 void ZvBinaryCoder::WriteTag(ZvStream$& stream, unsigned char tag) { Put(stream, &tag, 1); }
 
 unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
@@ -148,15 +123,17 @@ unsigned int ZvBinaryCoder::CalcSignificantByte(unsigned long long value) {
     return static_cast<unsigned int>((std::bit_width(value | 1) + 7) / 8);
 }
 
-// The TagInt form with that many value bytes. checked: the value bytes go through the raw Write, which asks the stream
-// for a failure; the other writers do not.
-void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked) {
+// The tag that says how many value bytes follow, and these. checked: they go through the raw Write, which asks the stream
+// for a failure; only some writers of numbers do. What does not fit goes in two transfers, for what an almost full stream
+// took of it can be told from outside.
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value, unsigned int bytes, bool checked) {
+    const auto tag = static_cast<unsigned char>(firstTag - 1 + bytes);
     if (checked && m_out.IsOn(stream.Get())) m_out.NoteChecked();
-    if (PutTagged(stream, TagInt - 1 + bytes, value, bytes)) {
+    if (PutTagged(stream, tag, value, bytes)) {
         if (checked && m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
         return;
     }
-    stream->Write(static_cast<unsigned char>(TagInt - 1 + bytes));
+    stream->Write(tag);
     if (checked)
         Write(stream, static_cast<const void*>(&value), bytes);
     else
@@ -177,12 +154,8 @@ unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int byte
     return value;
 }
 
-// A tag and that many bytes of a number. Where both do not surely fit they go one after the other: an almost full stream keeps
-// the tag.
-void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes) {
-    if (PutTagged(stream, tag, value, bytes)) return;
-    stream->Write(static_cast<unsigned char>(tag));
-    if (bytes != 0) stream->Write(&value, static_cast<long long>(bytes));
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
+    PutForm(stream, firstTag, value, CalcSignificantByte(value), false);
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
@@ -214,28 +187,28 @@ void ZvBinaryCoder::Write(ZvStream$& stream, bool value) {
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned char value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, 1, false);
+    PutForm(stream, TagInt, value, 1, false);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, char value) { Write(stream, static_cast<unsigned char>(value)); }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned short value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, CalcSignificantByte(value), false);
+    PutForm(stream, TagInt, value);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, short value) { Write(stream, static_cast<unsigned short>(value)); }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, CalcSignificantByte(value), true);
+    PutForm(stream, TagInt, value, CalcSignificantByte(value), true);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, int value) { Write(stream, static_cast<unsigned int>(value)); }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned long long value) {
     RequireWrite(stream, Causes::NotReadable, "ZvBinaryCoder::Write");
-    PutInteger(stream, value, CalcSignificantByte(value), false);
+    PutForm(stream, TagInt, value);
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, long long value) { Write(stream, static_cast<unsigned long long>(value)); }
@@ -266,18 +239,17 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
-    unsigned int tag = static_cast<unsigned int>(TagStringLT16 + n), lengthBytes = 0;
     if (n < 16) {
-        if (unsigned char* const at = m_out.IsOn(stream.Get()) ? m_out.Room(16) : nullptr) {
-            *at = static_cast<unsigned char>(tag);
-            CopyShort(at + 1, bytes, n);
+        const auto tag = static_cast<unsigned char>(TagStringLT16 + n);
+        if (unsigned char* const at = m_out.IsOn(stream.Get()) ? m_out.Room(n + 1) : nullptr) {
+            *at = tag;
+            zvc::detail::CopyShort(at + 1, bytes, n);
             return m_out.Advance(n + 1);
         }
+        WriteTag(stream, tag);
     } else {
-        lengthBytes = CalcSignificantByte(n);
-        tag = TagStringGE16 - 1 + lengthBytes;
+        PutForm(stream, TagStringGE16, n);
     }
-    PutForm(stream, tag, n, lengthBytes);
     Put(stream, bytes, n);
 }
 
@@ -354,7 +326,7 @@ void ZvBinaryCoder::DecodeString(ZvStream$& stream, ZvString& text) {
         char* buffer = text.GetBuffer(length);
         const unsigned char* const at = length < 16 && m_in.IsOn(stream.Get()) ? m_in.AtHand(length) : nullptr;
         if (at != nullptr) {
-            CopyShort(buffer, at, length);
+            zvc::detail::CopyShort(buffer, at, length);
             m_in.Advance(length);
         } else {
             Take(stream, buffer, length);

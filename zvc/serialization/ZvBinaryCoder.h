@@ -131,7 +131,6 @@ private:
     void PushTag(unsigned char tag);
     static unsigned int CalcSignificantByte(unsigned long long value);
 
-    void PutReference(ZvStream$& stream, unsigned char range, long long id);
     void EncodeType(ZvStream$& stream, const ZvType* type);
     void EncodeDefinition(ZvStream$& stream, ZvType* type, Plan& plan);
     void EncodeOne(ZvStream$& stream, ZvObject* object);
@@ -147,17 +146,19 @@ private:
     void DecodeContent(ZvStream$& stream, ZvObject* object, Plan& plan);
     void DecodeFields(ZvStream$& stream, ZvObject* object, Plan& plan);
 
-    bool IsTracked(const ZvType* type) const { return type->IsMarshalByRef() || m_tracksAll; }
+    // The context is asked each time: whoever holds it may assign to it.
+    int State() const { return m_context ? m_context->m_state : 0; }
+    bool IsTracked(const ZvType* type) const { return type->IsMarshalByRef() || State() == ZvStreamingContext::TrackObjects; }
     long long KnownId(const ZvObject* object);
     long long RegisterObject(ZvObject* object);
     ZvObject* RegisteredObject(long long id);
 
-    void PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked);
+    void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value, unsigned int bytes, bool checked);
+    void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value);
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
     unsigned long long TakeBytes(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
-    bool PutTagged(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
-    void PutForm(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
+    bool PutTagged(ZvStream$& stream, unsigned char tag, unsigned long long value, unsigned int bytes);
     size_t Take(ZvStream$& stream, void* data, size_t size);
     bool TakeHere(ZvStream$& stream, void* data, size_t size);
     size_t TakeThere(ZvStream$& stream, void* data, size_t size, bool* failed = nullptr);
@@ -167,8 +168,6 @@ private:
     ZvStreamingContext$ m_context;
     ZvObjectIDGenerator$ m_generator;
     ZvObjectManager$ m_manager;
-    bool m_tracksAll;
-    bool m_marshals;                          // objects that go by reference are replaced by their reference
     std::unique_ptr<Plans> m_writePlans;      // two sets: on a channel one thread writes while another reads
     std::unique_ptr<Plans> m_readPlans;
     std::shared_ptr<Layouts> m_layouts;       // both made when first needed; from then on copies of the coder share them

@@ -11,6 +11,23 @@
 
 namespace zvc::detail {
 
+/// Copies fewer than 16 bytes: short strings and numbers are many, and a call for each takes longer than this.
+inline void CopyShort(void* to, const void* from, size_t size) {
+    auto* const target = static_cast<unsigned char*>(to);
+    const auto* const source = static_cast<const unsigned char*>(from);
+    const auto ends = [&]<class Word>(Word) {
+        Word first, last;
+        std::memcpy(&first, source, sizeof(Word));
+        std::memcpy(&last, source + size - sizeof(Word), sizeof(Word));
+        std::memcpy(target, &first, sizeof(Word));
+        std::memcpy(target + size - sizeof(Word), &last, sizeof(Word));
+    };
+    if (size == 1) *target = *source;
+    else if (size >= 8) ends(uint64_t());
+    else if (size >= 4) ends(uint32_t());
+    else if (size >= 2) ends(uint16_t());
+}
+
 [[noreturn]] void RaiseCoder(ZvCoderException::Causes cause, const char* function,
                              unsigned int line = __builtin_LINE());
 
@@ -99,18 +116,18 @@ inline void ZvBinaryCoder::Put(ZvStream$& stream, const void* data, size_t size)
     stream->Write(data, static_cast<long long>(size));
 }
 
-// A tag and that many bytes of a number, where that can be done without the stream. All bytes of the number are copied while
-// there is room for them: that is one instruction.
-inline bool ZvBinaryCoder::PutTagged(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes) {
+// A tag and that many bytes of a number, where that can be done without the stream. No byte behind them is touched: in the middle
+// of a memory stream there is something.
+inline bool ZvBinaryCoder::PutTagged(ZvStream$& stream, unsigned char tag, unsigned long long value, unsigned int bytes) {
     if (!m_out.IsOn(stream.Get())) return false;
-    if (unsigned char* at = m_out.Room(9)) {
-        *at = static_cast<unsigned char>(tag);
-        std::memcpy(at + 1, &value, 8);
+    if (unsigned char* at = m_out.Room(bytes + 1)) {
+        *at = tag;
+        zvc::detail::CopyShort(at + 1, &value, bytes);
         m_out.Advance(bytes + 1);
         return true;
     }
     unsigned char form[9];
-    form[0] = static_cast<unsigned char>(tag);
+    form[0] = tag;
     std::memcpy(form + 1, &value, 8);
     return m_out.Put(form, bytes + 1);
 }

@@ -111,17 +111,10 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject$& object) {
 
 // Objects stay at home when they cross the border of a process: what goes by reference is written as its reference.
 void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
-    if (m_marshals && object != nullptr) {
+    if ((State() & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0 && object != nullptr) {
         if (const ZvObject$ reference = zvc::detail::ReferenceInPlaceOf(object, m_channel)) return EncodeObject(stream, reference.Get());
     }
     EncodeObject(stream, const_cast<ZvObject*>(object));
-}
-
-// A back reference: the tag in front of range plus the count of id bytes, then the id.
-void ZvBinaryCoder::PutReference(ZvStream$& stream, unsigned char range, long long id) {
-    const auto number = static_cast<unsigned long long>(id);
-    const unsigned int bytes = CalcSignificantByte(number);
-    PutForm(stream, range - 1 + bytes, number, bytes);
 }
 
 void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
@@ -131,7 +124,7 @@ void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
     Plan& plan = m_writePlans->Of(t);
     if (plan.id == 0) plan.id = KnownId(type);
     if (plan.id == 0) return EncodeDefinition(stream, t, plan);
-    PutReference(stream, TagType, plan.id);
+    PutForm(stream, TagType, static_cast<unsigned long long>(plan.id));
 }
 
 void ZvBinaryCoder::EncodeDefinition(ZvStream$& stream, ZvType* type, Plan& plan) {
@@ -178,7 +171,7 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
     ZvType* type = object->GetType();
     const bool tracked = IsTracked(type);
     if (tracked) {
-        if (const long long id = KnownId(object); id > 0) return PutReference(stream, TagObject, id);
+        if (const long long id = KnownId(object); id > 0) return PutForm(stream, TagObject, static_cast<unsigned long long>(id));
     }
     Plan& plan = m_writePlans->Of(type);
     if (plan.isType) return EncodeType(stream, static_cast<ZvType*>(object));

@@ -31,7 +31,7 @@ void OutputWindow::Open(ZvStream* stream) {
         if (memory->m_cursor >= memory->m_end) return;
         m_cursor = &memory->m_cursor;
         m_limit = memory->m_end - 1;
-        m_failing = &memory->m_failed;
+        m_failure = &memory->m_failed;
         m_stream = stream;
     } else if (auto* file = Exactly<ZvFileStream>(stream)) {
         if (!file->CanWrite() || file->m_window != nullptr) return;
@@ -52,8 +52,8 @@ bool OutputWindow::Close() {
         static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
     }
     m_stream = nullptr;
+    m_failure = &m_failed;
     m_cursor = &m_next;
-    m_failing = &m_failed;
     m_limit = m_next = nullptr;
     return !(m_failed && m_checked);
 }
@@ -133,8 +133,9 @@ const unsigned char* InputWindow::Fill(size_t size) {
     m_next = buffer;
     m_end = buffer + have;
     uint32_t got = 0;
-    if (platform::FileRead(static_cast<ZvFileStream*>(m_stream)->m_handle, m_end, static_cast<uint32_t>(BufferSize - have), &got))
-        m_end += got;
+    auto* const file = static_cast<ZvFileStream*>(m_stream);
+    file->m_failed = !platform::FileRead(file->m_handle, m_end, static_cast<uint32_t>(BufferSize - have), &got);     // as its own Read tells
+    if (!file->m_failed) m_end += got;
     m_filled += got;
     if (static_cast<size_t>(m_end - m_next) >= size) return m_next;
     Settle();                                   // what is left is less than was asked for: the stream itself shows how it ends

@@ -50,9 +50,8 @@ public:
         return true;
     }
 
-    /// What the stream's Fail would answer behind the last transfer: a memory stream's failure stays for good, and a file's
-    /// is that of the transfers made here.
-    bool Failed() const { return *m_failing; }
+    /// What the stream's Fail would answer now without a window; a file's failure of long ago does not count.
+    bool Failed() const { return *m_failure; }
 
     /// The next Close reports a failed transfer.
     void NoteChecked() { m_checked = true; }
@@ -66,7 +65,7 @@ private:
     bool m_isFile = false;
     bool m_failed = false;
     bool m_checked = false;
-    const bool* m_failing = &m_failed;
+    const bool* m_failure = &m_failed;          // or the memory stream's own
     unsigned char** m_cursor = &m_next;
     unsigned char* m_limit = nullptr;           // the cursor may come to stand here, and no further
     unsigned char* m_next = nullptr;

@@ -12,15 +12,16 @@ ZvMemoryStream::~ZvMemoryStream() = default;
 
 long long ZvMemoryStream::GetFileLength() { return m_end - m_start; }
 
-// One of the two is the cursor. The strict comparison is meant so: what ends at the end is an overrun.
+// One of the two is the cursor; the other may lie in the array too. The strict comparison is meant so: what ends at the end is an
+// overrun.
 inline long long ZvMemoryStream::Move(void* to, const void* from, long long count) {
     const long long room = m_end - m_cursor;
     if (count < room) {
-        if (count > 0) std::memcpy(to, from, static_cast<size_t>(count));
+        if (count > 0) std::memmove(to, from, static_cast<size_t>(count));
         m_cursor += count;
         return count;
     }
-    if (room > 0) std::memcpy(to, from, static_cast<size_t>(room));
+    if (room > 0) std::memmove(to, from, static_cast<size_t>(room));
     m_failed = true;
     return room;
 }
