@@ -249,7 +249,7 @@ TEST(ZvCoder, CoderThatNeedsNoStreamIsGivenNone) {
     const auto decoded = [](ZvObject* object) -> ZvObject$ {
         const ZvObject$ o = object;
         ZvStream$ none;
-        Recording coder;                     // gives a count of 1, and then 2, or null
+        RecordingCoder coder;                     // gives a count of 1, and then 2, or null
         o->Decode(none, &coder);
         return o;
     };
