@@ -165,11 +165,13 @@ void ThreadObject::End(uint32_t code) noexcept {
 }
 
 void ThreadObject::Publish(State state) noexcept {
+    if (state == Ended) {
+        __atomic_fetch_or(&m_seen, EndedBit, __ATOMIC_RELEASE);
+        FutexWake(&m_seen);
+    }
+    // Last: whoever sees it may take the record away.
     __atomic_store_n(&m_state, static_cast<uint32_t>(state), __ATOMIC_RELEASE);
     FutexWake(&m_state);
-    if (state != Ended) return;
-    __atomic_fetch_or(&m_seen, EndedBit, __ATOMIC_RELEASE);
-    FutexWake(&m_seen);
 }
 
 void ThreadObject::Obey() noexcept {
