@@ -274,7 +274,7 @@ struct CrashAtExit {
 } s_crashAtExit;
 
 // Called behind all static destructors, those of the library among them: what is registered first comes last.
-void CrashBehindTheLibrary(void*) {
+CRASHES void CrashBehindTheLibrary(void*) {
     if (Has("late")) *s_null = 1;
 }
 

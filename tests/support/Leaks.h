@@ -1,14 +1,8 @@
 #pragma once
 
-#if defined(__SANITIZE_ADDRESS__)
-#define ZV_TESTS_FIND_LEAKS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ZV_TESTS_FIND_LEAKS 1
-#endif
-#endif
+#include "Sanitizers.h"
 
-#ifdef ZV_TESTS_FIND_LEAKS
+#if ZVC_ADDRESS_SANITIZER
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -16,7 +10,7 @@
 /// or a plug-in object that the table did not take.
 class LeaksAllowed {
 public:
-#ifdef ZV_TESTS_FIND_LEAKS
+#if ZVC_ADDRESS_SANITIZER
     LeaksAllowed() { __lsan_disable(); }
     ~LeaksAllowed() { __lsan_enable(); }
 #else

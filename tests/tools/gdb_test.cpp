@@ -1,6 +1,7 @@
 // What gdb shows of a program's objects, by the printers that it loads together with the library.
 
 #include "support/Program.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -98,9 +99,7 @@ TEST(Debugger, ShowsObjectsOfARunningProgram) {
 }
 
 TEST(Debugger, ShowsObjectsOfACrashedProgramWithoutRunningIt) {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizer keeps signals back from the threads";
-#endif
+    if (ZVC_THREAD_SANITIZER) GTEST_SKIP() << "the sanitizer keeps signals back from the threads";
     setenv("ASAN_OPTIONS", "handle_sigill=0:handle_segv=0:handle_sigbus=0:detect_leaks=0:use_sigaltstack=0", 1);
     ScratchDirectory directory;
     const std::string image = directory.File("image");

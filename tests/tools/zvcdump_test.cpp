@@ -1,6 +1,7 @@
 // The stream dumper, run as its users run it, on the example's file, on files made by hand and on damaged ones.
 
 #include "support/Bytes.h"
+#include "support/Sanitizers.h"
 #include "zvc/platform/Module.h"
 
 #include <gtest/gtest.h>
@@ -254,7 +255,10 @@ TEST(ZvcDump, HostileInputEndsInAReason) {
         EXPECT_EQ(output.code, 1) << c.reason;
         EXPECT_TRUE(Has(output.text, c.reason)) << output.text;
     }
-    // A million lists in each other.
+}
+
+TEST(ZvcDump, NestingDeeperThanTheStackEndsInAReason) {
+    SKIP_WHERE_CALLS_CANNOT_NEST_DEEPLY();
     std::string nested = FromHex("84" "87" "93" "5a7641727261794c697374" "8b5a5643" "a001" "a301000080" "a001");
     for (int i = 0; i < 300000; ++i) nested += FromHex("84a801a001");
     const File deep(nested);

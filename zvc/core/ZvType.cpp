@@ -76,6 +76,7 @@ ZvType::ZvType(const ZvType& other)
       m_nextInModule(other.m_nextInModule), m_typeInfo(other.m_typeInfo), m_module(other.m_module),
       m_classSpec(other.m_classSpec), m_offsets(other.m_offsets), m_identity(other.m_identity), m_compiled(other.m_compiled.load()),
       m_depth(other.m_depth.load()), m_table(other.m_table), m_tableMask(other.m_tableMask),
+      m_hasFieldCache(other.m_hasFieldCache.load()), m_hasMethodCache(other.m_hasMethodCache.load()),
       m_fieldCache(other.m_fieldCache), m_methodCache(other.m_methodCache) {
     for (unsigned int i = 0; i < LineLength; ++i) m_line[i].store(other.m_line[i].load());
 }
@@ -85,8 +86,10 @@ ZvType::~ZvType() {
     ZvSystem::UnregistType(this);
     // Our methods go now, whoever has cached them: the map brings their counts down to its own table.
     if (m_methodMap != nullptr && m_methodMap->GetNumMethod() != 0)
-        for (auto& [name, type] : ZvSystemState::Get().types) type->m_methodCache = ZvDictionary$();
-    delete m_offsets;
+        for (auto& [name, type] : ZvSystemState::Get().types) {
+            type->m_hasMethodCache = false;
+            type->m_methodCache = ZvDictionary$();
+        }
 }
 
 ZvType* ZvType::GetType() const { return &s_type; }
@@ -124,8 +127,7 @@ size_t ZvType::CalcOffsetSlow(const ZvType* t) const {
 
 void ZvType::Compile() {
     if (m_compiled.load(std::memory_order_acquire)) return;
-    delete m_offsets;
-    m_offsets = new OffsetMap;
+    m_offsets = std::make_shared<OffsetMap>();
     for (unsigned int i = 0; i < m_baseCount; ++i) m_offsets->Add(m_bases[i].type, m_bases[i].offset);
     for (unsigned int i = 0; i < m_baseCount; ++i) CompileBaseOffset(m_bases[i], 0);
     BuildTable();
@@ -178,14 +180,30 @@ void ZvType::BuildTable() {
     m_tableMask = slots - 1;
 }
 
-ZvDictionary$ ZvType::GetFields() { return m_fieldCache ? m_fieldCache : CreateFieldCache(); }
+// Threads that meet at a class for the first time wait for the one that builds: a handle must not be read while it is set.
+const ZvDictionary$& ZvType::FieldCache() const {
+    if (!m_hasFieldCache.load(std::memory_order_acquire)) {
+        ZvLock lock(this);
+        if (!m_fieldCache) CreateFieldCache();
+    }
+    return m_fieldCache;
+}
+
+const ZvDictionary$& ZvType::MethodCache() const {
+    if (!m_hasMethodCache.load(std::memory_order_acquire)) {
+        ZvLock lock(this);
+        if (!m_methodCache) BuildMethodCache();
+    }
+    return m_methodCache;
+}
+
+ZvDictionary$ ZvType::GetFields() { return FieldCache(); }
 
 // Of so few entries a look at each takes less time than a hash.
 static constexpr size_t Few = 16;
 
 ZvField$ ZvType::FindField(const ZvString$& name) {
-    if (!m_fieldCache) CreateFieldCache();
-    const auto& fields = m_fieldCache->m_table;
+    const auto& fields = FieldCache()->m_table;
     const zvc::detail::HashTable::Node* entry = nullptr;
     // Most ask by the interned name itself.
     if (fields.Count() <= Few) entry = fields.FindWhere([&](const ZvObject* key) { return key == name.Get(); });
@@ -210,11 +228,13 @@ ZvDictionary$ ZvType::CreateFieldCache() const {
     for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr)
         if (t->m_fieldMap != nullptr) t->m_fieldMap->GetFieldInfos(cache);
     m_fieldCache = cache;
+    m_hasFieldCache.store(true, std::memory_order_release);
     return cache;
 }
 
-ZvDictionary$ ZvType::CreateMethodCache() const {
-    if (m_methodCache) return m_methodCache;
+ZvDictionary$ ZvType::CreateMethodCache() const { return MethodCache(); }
+
+void ZvType::BuildMethodCache() const {
     ZvDictionary$ cache = new ZvDictionary;
     // Of two equal signatures the first added stays, which is the class's own.
     for (const ZvType* t = this; t != nullptr; t = t->m_bases != nullptr ? t->m_bases[0].type : nullptr) {
@@ -223,13 +243,12 @@ ZvDictionary$ ZvType::CreateMethodCache() const {
         for (unsigned int i = 0; i < t->m_methodMap->GetNumMethod(); ++i) cache->Add(methods[i], methods[i]);
     }
     m_methodCache = cache;
-    return cache;
+    m_hasMethodCache.store(true, std::memory_order_release);
 }
 
 // As the cache would find a key made of the three, but without making one: calls by name are many.
 ZvMethod$ ZvType::Find(const ZvString$& name, ZvType$ result, const ZvArguments$& args) {
-    if (!m_methodCache) CreateMethodCache();
-    const auto& methods = m_methodCache->m_table;
+    const auto& methods = MethodCache()->m_table;
     const auto matches = [&](const ZvObject* key) {
         return key != nullptr && key->IsKindOf(&ZvMethod::s_type) &&
                static_cast<const ZvMethod*>(key)->Matches(name.Get(), result.Get(), args);

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <typeinfo>
 
 class ZvConstructorMap;
@@ -173,6 +174,9 @@ private:
     }
     size_t CalcOffsetSlow(const ZvType* t) const;
     void BuildTable();
+    const ZvDictionary$& FieldCache() const;
+    const ZvDictionary$& MethodCache() const;
+    void BuildMethodCache() const;
 
     ZvString$ m_name;
     size_t m_size = 0;
@@ -188,7 +192,7 @@ private:
     const std::type_info* m_typeInfo = nullptr;
     ZvModuleState* m_module = nullptr;
     unsigned int m_classSpec = 0;
-    OffsetMap* m_offsets = nullptr;            // everything Compile found; owned by the descriptor that compiled it
+    std::shared_ptr<OffsetMap> m_offsets;      // everything Compile found; copies share it
     bool m_identity = false;
     bool m_registered = false;                 // a working descriptor, not an empty one or a copy
     std::atomic<bool> m_compiled{false};
@@ -197,6 +201,8 @@ private:
     std::atomic<const ZvType*> m_line[LineLength + 1] = {};  // one entry more, always null, for types deeper than the line
     const Entry* m_table = nullptr;
     size_t m_tableMask = 0;
+    mutable std::atomic<bool> m_hasFieldCache{false};    // whoever sees them set may read the caches without a lock
+    mutable std::atomic<bool> m_hasMethodCache{false};
     mutable ZvDictionary$ m_fieldCache;
     mutable ZvDictionary$ m_methodCache;
 };

@@ -5,26 +5,34 @@
 namespace remoting {
 
 namespace {
-ZvHashSet$ s_activatedTypes;
+
+// Dropped by Shutdown alone, and never at the end: the descriptors of the program go before the library does.
+ZvHashSet$& ActivatedTypes() {
+    static ZvHashSet$* const types = new ZvHashSet$;
+    return *types;
+}
+
 }
 
 ZvHashSet$ RemotingServices::m_remoteObjects;
 
 void RemotingConfigulation::RegisterActivatedType(ZvType$ type) {
-    if (!s_activatedTypes) s_activatedTypes = new ZvHashSet;
-    ZvLock lock(s_activatedTypes.Get());
-    s_activatedTypes->Add(type);
+    ZvHashSet$& types = ActivatedTypes();
+    if (!types) types = new ZvHashSet;
+    ZvLock lock(types.Get());
+    types->Add(type);
 }
 
 // The set's first element, whatever is asked for: meant so. Servers register their one class, and clients ask for what they
 // happen to know.
 ZvType$ RemotingConfigulation::LookupActivatedType(ZvType$) {
-    if (!s_activatedTypes) return ZvType$();
-    const ZvIEnumerator$ e = s_activatedTypes->GetEnumerator();
+    const ZvHashSet$& types = ActivatedTypes();
+    if (!types) return ZvType$();
+    const ZvIEnumerator$ e = types->GetEnumerator();
     return e->HasNext() ? ZvType$(e->Next()) : ZvType$();
 }
 
-void RemotingConfigulation::Shutdown() { s_activatedTypes = ZvHashSet$(); }
+void RemotingConfigulation::Shutdown() { ActivatedTypes() = ZvHashSet$(); }
 
 void RemotingServices::RegistRemoteObject(const ZvObject$& object) {
     if (!m_remoteObjects) m_remoteObjects = new ZvHashSet;

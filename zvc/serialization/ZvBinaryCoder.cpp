@@ -98,6 +98,27 @@ size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size) {
     return done;
 }
 
+namespace {
+
+// Fewer than 16 bytes: short strings are many, and a call for each takes longer than this.
+inline void CopyShort(void* to, const void* from, size_t size) {
+    auto* const target = static_cast<unsigned char*>(to);
+    const auto* const source = static_cast<const unsigned char*>(from);
+    const auto ends = [&]<class Word>(Word) {
+        Word first, last;
+        std::memcpy(&first, source, sizeof(Word));
+        std::memcpy(&last, source + size - sizeof(Word), sizeof(Word));
+        std::memcpy(target, &first, sizeof(Word));
+        std::memcpy(target + size - sizeof(Word), &last, sizeof(Word));
+    };
+    if (size >= 8) ends(uint64_t());
+    else if (size >= 4) ends(uint32_t());
+    else if (size >= 2) ends(uint16_t());
+    else if (size == 1) *target = *source;
+}
+
+}
+
 void ZvBinaryCoder::WriteTag(ZvStream$& stream, unsigned char tag) { Put(stream, &tag, 1); }
 
 unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
@@ -105,6 +126,12 @@ unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
         const unsigned char tag = m_tagStack.back();
         m_tagStack.pop_back();
         return tag;
+    }
+    if (m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.AtHand(1)) {
+            m_in.Advance(1);
+            return *at;
+        }
     }
     unsigned char tag = 0;               // an exhausted stream reads as 0, which is no tag
     Take(stream, &tag, 1);
@@ -120,38 +147,45 @@ unsigned int ZvBinaryCoder::CalcSignificantByte(unsigned long long value) {
 // The TagInt form with that many value bytes. checked: the value bytes go through the raw Write, which asks the stream
 // for a failure; the other writers do not.
 void ZvBinaryCoder::PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked) {
-    unsigned char form[9];
-    form[0] = static_cast<unsigned char>(TagInt + bytes - 1);
-    std::memcpy(form + 1, &value, 8);
-    if (m_out.IsOn(stream.Get())) {
-        if (checked) m_out.NoteChecked();
-        if (m_out.Put(form, bytes + 1)) {
-            if (checked && m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
-            return;
-        }
+    if (checked && m_out.IsOn(stream.Get())) m_out.NoteChecked();
+    if (PutTagged(stream, TagInt - 1 + bytes, value, bytes)) {
+        if (checked && m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
+        return;
     }
-    stream->Write(form[0]);
+    stream->Write(static_cast<unsigned char>(TagInt - 1 + bytes));
     if (checked)
-        Write(stream, static_cast<const void*>(form + 1), bytes);
+        Write(stream, static_cast<const void*>(&value), bytes);
     else
-        stream->Write(form + 1, static_cast<long long>(bytes));
+        stream->Write(&value, static_cast<long long>(bytes));
 }
 
-// A tag and that many bytes behind it. Where both do not surely fit they go one after the other: an almost full stream keeps
-// the tag.
-void ZvBinaryCoder::PutForm(ZvStream$& stream, const unsigned char* form, unsigned int bytes) {
-    if (m_out.IsOn(stream.Get()) && m_out.Put(form, bytes + 1)) return;
-    stream->Write(form[0]);
-    if (bytes != 0) stream->Write(form + 1, static_cast<long long>(bytes));
+// The number of that many bytes, 1 to 8.
+unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int bytes) {
+    unsigned long long value = 0;
+    if (m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.AtHand(8)) {
+            std::memcpy(&value, at, 8);
+            m_in.Advance(bytes);
+            return value & ~0ull >> (64 - 8 * bytes);
+        }
+    }
+    Take(stream, &value, bytes);
+    return value;
+}
+
+// A tag and that many bytes of a number. Where both do not surely fit they go one after the other: an almost full stream
+// keeps the tag.
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes) {
+    if (PutTagged(stream, tag, value, bytes)) return;
+    stream->Write(static_cast<unsigned char>(tag));
+    stream->Write(&value, static_cast<long long>(bytes));
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
     RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
     const unsigned char tag = ReadTag(stream);
     if (tag < TagInt || tag >= TagInt + maxBytes) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::Read");
-    unsigned long long value = 0;        // never sign-extended: the bytes that are not there are zero
-    Take(stream, &value, tag - TagInt + 1u);
-    return value;
+    return TakeBytes(stream, tag - TagInt + 1u);         // never sign-extended: the bytes that are not there are zero
 }
 
 // ---- writers ----------------------------------------------------------------------------------------------------------
@@ -228,16 +262,19 @@ void ZvBinaryCoder::EncodeString(ZvStream$& stream, const ZvString& text) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
     const char* bytes = text.CStr();
     const size_t n = std::strlen(bytes);       // what stands behind an embedded zero is lost
-    unsigned char head[9];
-    unsigned int lengthBytes = 0;
     if (n < 16) {
-        head[0] = static_cast<unsigned char>(TagStringLT16 + n);
+        const auto tag = static_cast<unsigned char>(TagStringLT16 + n);
+        unsigned char* const at = m_out.IsOn(stream.Get()) ? m_out.Room(16) : nullptr;
+        if (at != nullptr) {
+            *at = tag;
+            CopyShort(at + 1, bytes, n);
+            return m_out.Advance(n + 1);
+        }
+        WriteTag(stream, tag);
     } else {
-        lengthBytes = CalcSignificantByte(n);
-        head[0] = static_cast<unsigned char>(TagStringGE16 - 1 + lengthBytes);
-        std::memcpy(head + 1, &n, 8);
+        const unsigned int k = CalcSignificantByte(n);
+        PutForm(stream, TagStringGE16 - 1 + k, n, k);
     }
-    PutForm(stream, head, lengthBytes);
     Put(stream, bytes, n);
 }
 
@@ -305,15 +342,20 @@ void ZvBinaryCoder::DecodeString(ZvStream$& stream, ZvString& text) {
     if (tag < TagStringLT16 || tag >= TagReserve1) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::DecodeString");
     size_t length = tag - TagStringLT16;
     if (tag >= TagStringGE16) {
-        length = 0;
-        Take(stream, &length, tag - TagStringGE16 + 1u);
+        length = TakeBytes(stream, tag - TagStringGE16 + 1u);
     }
     // A length is believed as far as the stream surely reaches, and else in steps.
     constexpr size_t Step = 64 * 1024;
     const bool surely = length <= Step || (m_in.IsOn(stream.Get()) && m_in.Remaining() >= length);
     if (surely) {
         char* buffer = text.GetBuffer(length);
-        Take(stream, buffer, length);
+        const unsigned char* const at = length < 16 && m_in.IsOn(stream.Get()) ? m_in.AtHand(length) : nullptr;
+        if (at != nullptr) {
+            CopyShort(buffer, at, length);
+            m_in.Advance(length);
+        } else {
+            Take(stream, buffer, length);
+        }
         buffer[length] = '\0';
         return;
     }

@@ -131,6 +131,7 @@ private:
     void PushTag(unsigned char tag);
     static unsigned int CalcSignificantByte(unsigned long long value);
 
+    void PutReference(ZvStream$& stream, unsigned char range, long long id);
     void EncodeType(ZvStream$& stream, const ZvType* type);
     void EncodeDefinition(ZvStream$& stream, ZvType* type, Plan& plan);
     void EncodeOne(ZvStream$& stream, ZvObject* object);
@@ -143,6 +144,7 @@ private:
     bool DecodeLayout(ZvStream$& stream, Plan& plan);
     ZvObject* DecodeNew(ZvStream$& stream);
     ZvObject* DecodeSerializable(ZvStream$& stream, ZvType* type);
+    void DecodeContent(ZvStream$& stream, ZvObject* object, Plan& plan);
     void DecodeFields(ZvStream$& stream, ZvObject* object, Plan& plan);
 
     bool IsTracked(const ZvType* type) const { return type->IsMarshalByRef() || m_tracksAll; }
@@ -152,10 +154,10 @@ private:
 
     void PutInteger(ZvStream$& stream, unsigned long long value, unsigned int bytes, bool checked);
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
-    long long TakeId(ZvStream$& stream, unsigned int bytes);
+    unsigned long long TakeBytes(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
-    void PutForm(ZvStream$& stream, const unsigned char* form, unsigned int bytes);
-    void PutReference(ZvStream$& stream, unsigned char range, long long id);
+    bool PutTagged(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
+    void PutForm(ZvStream$& stream, unsigned int tag, unsigned long long value, unsigned int bytes);
     size_t Take(ZvStream$& stream, void* data, size_t size);
     bool TakeHere(ZvStream$& stream, void* data, size_t size);
     size_t TakeThere(ZvStream$& stream, void* data, size_t size);

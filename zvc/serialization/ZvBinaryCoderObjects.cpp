@@ -61,18 +61,17 @@ ZvBinaryCoder::Plans::Plans(const Plans& other) : m_plans(other.m_plans) {
     for (Plan& plan : m_plans) m_byType.emplace(plan.type, &plan);
 }
 
-ZvBinaryCoder::Plan& ZvBinaryCoder::Plans::Of(ZvType* type) {
-    if (m_last != nullptr && m_last->type == type) return *m_last;
+ZvBinaryCoder::Plan& ZvBinaryCoder::Plans::Look(ZvType* type) {
     auto found = m_byType.find(type);
     if (found == m_byType.end()) {
         Plan& plan = m_plans.emplace_back();
         plan.type = type;
         plan.isReference = zvc::detail::IsReference(type);
+        plan.isType = type->IsDerivedFrom(&ZvType::s_type);
         if (!type->HasCodec()) plan.kind = type->IsDerivedFrom(&ZvISerializable::s_type) ? Kind::Serializable : Kind::Fields;
         found = m_byType.emplace(type, &plan).first;
     }
-    m_last = found->second;
-    return *m_last;
+    return *found->second;
 }
 
 // ---- the object tables: locked only where another thread may be in the same conversation ---------------------------------
@@ -120,11 +119,9 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
 
 // A back reference: the tag in front of range plus the count of id bytes, then the id.
 void ZvBinaryCoder::PutReference(ZvStream$& stream, unsigned char range, long long id) {
-    const unsigned int bytes = CalcSignificantByte(static_cast<unsigned long long>(id));
-    unsigned char form[9];
-    form[0] = static_cast<unsigned char>(range - 1 + bytes);
-    std::memcpy(form + 1, &id, 8);
-    PutForm(stream, form, bytes);
+    const auto number = static_cast<unsigned long long>(id);
+    const unsigned int bytes = CalcSignificantByte(number);
+    PutForm(stream, range - 1 + bytes, number, bytes);
 }
 
 void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
@@ -183,10 +180,11 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
     if (tracked) {
         if (const long long id = KnownId(object); id > 0) return PutReference(stream, TagObject, id);
     }
-    if (ZvType* itself = AsType(object)) return EncodeType(stream, itself);
+    Plan& plan = m_writePlans->Of(type);
+    if (plan.isType) return EncodeType(stream, static_cast<ZvType*>(object));
     WriteTag(stream, TagNewObject);
     EncodeType(stream, type);
-    EncodeContent(stream, object, m_writePlans->Of(type), tracked);
+    EncodeContent(stream, object, plan, tracked);
 }
 
 void ZvBinaryCoder::EncodeContent(ZvStream$& stream, ZvObject* object, Plan& plan, bool tracked) {
@@ -219,17 +217,11 @@ void ZvBinaryCoder::Read(ZvStream$& stream, ZvInterface$& object) {
     object = ZvInterface$(decoded);
 }
 
-long long ZvBinaryCoder::TakeId(ZvStream$& stream, unsigned int bytes) {
-    long long id = 0;
-    Take(stream, &id, bytes);
-    return id;
-}
-
 ZvType* ZvBinaryCoder::DecodeType(ZvStream$& stream) {
     RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::DecodeType");
     const unsigned char tag = ReadTag(stream);
     if (tag >= TagType && tag < TagObject) {
-        ZvObject* object = RegisteredObject(TakeId(stream, tag - TagType + 1u));
+        ZvObject* object = RegisteredObject(static_cast<long long>(TakeBytes(stream, tag - TagType + 1u)));
         if (object == nullptr) RaiseCoder(Causes::UnknownReference, "ZvBinaryCoder::DecodeType");
         return AsType(object);
     }
@@ -336,14 +328,27 @@ ZvObject* ZvBinaryCoder::DecodeNew(ZvStream$& stream) {
 
     ZvObject* created = type->CreateObject();
     if (created == nullptr) RaiseCoder(Causes::TypeUnavailable, "ZvBinaryCoder::DecodeObject");
+    if (IsTracked(type)) {
+        try {
+            RegisterObject(created);               // before the content, as in the writer; from here on the table owns it
+        } catch (...) {
+            const ZvObject$ dropped(created);
+            throw;
+        }
+        DecodeContent(stream, created, plan);
+        return created;
+    }
     Building object(created);
-    if (IsTracked(type)) RegisterObject(created);  // before the content, as in the writer
-    if (plan.isReference) zvc::detail::AttachReference(created, m_channel);
-    if (plan.kind == Kind::Codec)
-        created->Decode(stream, this);
-    else
-        DecodeFields(stream, created, plan);
+    DecodeContent(stream, created, plan);
     return object.Done();
+}
+
+void ZvBinaryCoder::DecodeContent(ZvStream$& stream, ZvObject* object, Plan& plan) {
+    if (plan.isReference) zvc::detail::AttachReference(object, m_channel);
+    if (plan.kind == Kind::Codec)
+        object->Decode(stream, this);
+    else
+        DecodeFields(stream, object, plan);
 }
 
 ZvObject* ZvBinaryCoder::DecodeSerializable(ZvStream$& stream, ZvType* type) {

@@ -89,7 +89,11 @@ public:
         if (static_cast<size_t>(*m_limit - *m_cursor) >= size) return *m_cursor;
         return Fill(size);
     }
-    /// The same, and how many bytes are at hand there: size or more.
+    /// Only what is there by now: nothing is waited for.
+    const unsigned char* AtHand(size_t size) const {
+        return static_cast<size_t>(*m_limit - *m_cursor) >= size ? *m_cursor : nullptr;
+    }
+    /// As Look, and how many bytes are at hand there: size or more.
     const unsigned char* Look(size_t size, size_t& atHand) {
         const unsigned char* const at = Look(size);
         atHand = static_cast<size_t>(*m_limit - *m_cursor);

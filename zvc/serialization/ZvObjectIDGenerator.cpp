@@ -1,27 +1,135 @@
 #include "zvc/serialization/ZvObjectIDGenerator.h"
 
+#include "zvc/platform/Memory.h"
+
 #include <algorithm>
+#include <limits>
+#include <unordered_map>
+#include <vector>
 
 ZV_DEFINE_CLASS(ZvObjectIDGenerator, (ZvObject))
 
-namespace {
-constexpr size_t FirstSlots = 64;
-}
+/// Ids by address. Memory is cut into pieces of 1024 bytes, in which objects of the allocator stand 16 bytes apart at the
+/// least: each piece that has an object gets a page of ids, one for each place, and a hash table leads to the page. Objects
+/// that were made one after the other, and are then written so, mostly stand in few pieces, so that most questions are
+/// answered by a page of the last ones.
+class ZvObjectIDGenerator::Table {
+public:
+    Table() : m_directory(FirstSlots) {}
+    Table(const Table& other) : m_directory(other.m_directory.size()), m_rest(other.m_rest), m_count(other.m_count) {
+        for (const Slot& slot : other.m_directory)
+            if (slot.page != nullptr) *MakePage(slot.piece) = *slot.page;
+    }
+    ~Table() {
+        for (const Chunk& chunk : m_chunks) zvc::platform::LargeFree(chunk.pages, chunk.count * sizeof(Page));
+    }
+    Table& operator=(const Table&) = delete;
 
-ZvObjectIDGenerator::ZvObjectIDGenerator() : m_slots(new Slot[FirstSlots]()), m_mask(FirstSlots - 1) {}
+    long long Find(const ZvObject* object) {
+        const auto address = reinterpret_cast<uintptr_t>(object);
+        if (address % PlaceSize == 0) {
+            const Page* page = PageOf(address / PieceSize);
+            if (page != nullptr && page->ids[PlaceOf(address)] != 0) return page->ids[PlaceOf(address)];
+        }
+        if (m_rest.empty()) return 0;
+        const auto found = m_rest.find(object);
+        return found != m_rest.end() ? found->second : 0;
+    }
 
-ZvObjectIDGenerator::ZvObjectIDGenerator(const ZvObjectIDGenerator& other)
-    : ZvObject(other), m_slots(new Slot[other.m_mask + 1]), m_mask(other.m_mask), m_count(other.m_count) {
-    std::copy_n(other.m_slots.get(), m_mask + 1, m_slots.get());
-}
+    /// Of an object that is not there.
+    long long Enter(const ZvObject* object) {
+        const auto address = reinterpret_cast<uintptr_t>(object);
+        const long long id = m_count;
+        if (address % PlaceSize != 0 || id > std::numeric_limits<uint32_t>::max()) {
+            m_rest.emplace(object, id);
+        } else {
+            Page* page = PageOf(address / PieceSize);
+            if (page == nullptr) page = MakePage(address / PieceSize);
+            page->ids[PlaceOf(address)] = static_cast<uint32_t>(id);
+        }
+        ++m_count;
+        return id;
+    }
+
+private:
+    static constexpr uintptr_t PlaceSize = 16;
+    static constexpr uintptr_t PieceSize = 1024;
+    static constexpr size_t Recent = 8;
+    static constexpr size_t FirstSlots = 16;
+    static constexpr size_t FirstPages = 4;
+    static constexpr size_t MostPages = 8192;            // 2 MB
+
+    struct Page {
+        uint32_t ids[PieceSize / PlaceSize];              // 0 in a place without an object
+    };
+    struct Slot {
+        uintptr_t piece = 0;
+        Page* page = nullptr;                             // null in a free slot
+    };
+    struct Chunk {
+        Page* pages;
+        size_t count;
+    };
+
+    static size_t PlaceOf(uintptr_t address) { return address % PieceSize / PlaceSize; }
+
+    Page* PageOf(uintptr_t piece) {
+        Slot& recent = m_recent[piece % Recent];
+        if (piece == recent.piece) return recent.page;
+        const Slot& slot = m_directory[SlotOf(piece)];
+        if (slot.page != nullptr) recent = slot;
+        return slot.page;
+    }
+
+    /// The slot of the piece, or the free one where it belongs.
+    size_t SlotOf(uintptr_t piece) const {
+        const size_t mask = m_directory.size() - 1;
+        size_t i = static_cast<size_t>((piece * 0x9E3779B97F4A7C15ull) >> 32) & mask;
+        while (m_directory[i].page != nullptr && m_directory[i].piece != piece) i = (i + 1) & mask;
+        return i;
+    }
+
+    Page* MakePage(uintptr_t piece) {
+        if ((m_pageCount + 1) * 2 > m_directory.size()) GrowDirectory();
+        Page* const page = FreshPage();
+        std::fill(std::begin(page->ids), std::end(page->ids), 0);
+        m_recent[piece % Recent] = m_directory[SlotOf(piece)] = Slot{piece, page};
+        ++m_pageCount;
+        return page;
+    }
+
+    Page* FreshPage() {
+        if (m_chunks.empty() || m_usedOfChunk == m_chunks.back().count) {
+            const size_t count = std::clamp(m_pageCount, FirstPages, MostPages);
+            m_chunks.reserve(m_chunks.size() + 1);
+            m_chunks.push_back({zvc::platform::LargeAllocator<Page>().allocate(count), count});
+            m_usedOfChunk = 0;
+        }
+        return &m_chunks.back().pages[m_usedOfChunk++];
+    }
+
+    void GrowDirectory() {
+        std::vector<Slot, zvc::platform::LargeAllocator<Slot>> old(m_directory.size() * 2);
+        old.swap(m_directory);
+        for (const Slot& slot : old)
+            if (slot.page != nullptr) m_directory[SlotOf(slot.piece)] = slot;
+    }
+
+    std::vector<Slot, zvc::platform::LargeAllocator<Slot>> m_directory;       // their count is a power of two
+    Slot m_recent[Recent];
+    std::vector<Chunk> m_chunks;
+    size_t m_usedOfChunk = 0;
+    size_t m_pageCount = 0;
+    std::unordered_map<const ZvObject*, long long> m_rest;        // parts of other objects, and whose id is too long for a page
+    long long m_count = 1;                                // entries, the null pointer among them
+};
+
+ZvObjectIDGenerator::ZvObjectIDGenerator() : m_table(new Table) {}
+
+ZvObjectIDGenerator::ZvObjectIDGenerator(const ZvObjectIDGenerator& other) : ZvObject(other), m_table(new Table(*other.m_table)) {}
 
 ZvObjectIDGenerator& ZvObjectIDGenerator::operator=(const ZvObjectIDGenerator& other) {
-    if (this == &other) return *this;
-    std::unique_ptr<Slot[]> slots(new Slot[other.m_mask + 1]);
-    std::copy_n(other.m_slots.get(), other.m_mask + 1, slots.get());
-    m_slots = std::move(slots);
-    m_mask = other.m_mask;
-    m_count = other.m_count;
+    if (this != &other) m_table.reset(new Table(*other.m_table));
     return *this;
 }
 
@@ -43,36 +151,5 @@ long long ZvObjectIDGenerator::HasId(ZvObject* object, bool* firstTime) {
     return id;
 }
 
-// The slot of object, or the free one where it belongs. Objects are 16 bytes apart at the least and come in runs from
-// the allocator, and are mostly asked for in these runs: those of one block of memory stay together in the table, so that
-// the next one's slot is in the cache, and the multiplication spreads the blocks.
-inline size_t ZvObjectIDGenerator::Place(const ZvObject* object) const {
-    const uint64_t key = reinterpret_cast<uintptr_t>(object) >> 4;
-    const uint64_t block = ((key >> 7) * 0x9E3779B97F4A7C15ull) >> 20;
-    size_t i = static_cast<size_t>(block ^ (key & 127)) & m_mask;
-    while (m_slots[i].object != nullptr && m_slots[i].object != object) i = (i + 1) & m_mask;
-    return i;
-}
-
-long long ZvObjectIDGenerator::Find(const ZvObject* object) const {
-    if (object == nullptr) return 0;
-    const Slot& slot = m_slots[Place(object)];
-    return slot.object != nullptr ? slot.id : 0;
-}
-
-long long ZvObjectIDGenerator::Enter(const ZvObject* object) {
-    if (m_count * 2 > m_mask) Grow();
-    const long long id = static_cast<long long>(m_count++);
-    m_slots[Place(object)] = Slot{object, id};
-    return id;
-}
-
-void ZvObjectIDGenerator::Grow() {
-    const size_t slots = (m_mask + 1) * 2;
-    std::unique_ptr<Slot[]> old(new Slot[slots]());
-    old.swap(m_slots);
-    const size_t oldMask = m_mask;
-    m_mask = slots - 1;
-    for (size_t i = 0; i <= oldMask; ++i)
-        if (old[i].object != nullptr) m_slots[Place(old[i].object)] = old[i];
-}
+long long ZvObjectIDGenerator::Find(const ZvObject* object) const { return m_table->Find(object); }
+long long ZvObjectIDGenerator::Enter(const ZvObject* object) { return m_table->Enter(object); }

@@ -24,18 +24,11 @@ public:
 private:
     friend class ZvBinaryCoder;
 
-    struct Slot {
-        const ZvObject* object;          // null in a free slot: the null pointer itself needs none
-        long long id;
-    };
-    size_t Place(const ZvObject* object) const;
+    class Table;
     long long Find(const ZvObject* object) const;      // 0 when absent; no lock
     long long Enter(const ZvObject* object);           // of an absent object; no lock
-    void Grow();
 
-    std::unique_ptr<Slot[]> m_slots;
-    size_t m_mask = 0;                   // slots less one; a power of two
-    size_t m_count = 1;                  // entries, the null pointer among them
+    std::unique_ptr<Table> m_table;
 };
 
 ZV_DECLARE_HANDLE(ZvObjectIDGenerator, ZvObject$);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "zvc/core/ZvDeclare.h"
+#include "zvc/platform/Memory.h"
 
 #include <vector>
 
@@ -25,10 +26,14 @@ private:
 
     void Enter(ZvObject* object, long long id);          // no lock
     ZvObject* At(long long id) const {                   // no lock
-        return id >= 0 && static_cast<size_t>(id) < m_objects.size() ? m_objects[static_cast<size_t>(id)].Get() : nullptr;
+        return id >= 0 && static_cast<size_t>(id) < m_objects.size() ? m_objects[static_cast<size_t>(id)] : nullptr;
     }
 
-    std::vector<ZvObject$> m_objects;
+    using Objects = std::vector<ZvObject*, zvc::platform::LargeAllocator<ZvObject*>>;
+    static Objects Retained(const Objects& objects);
+    static void Release(Objects& objects);
+
+    Objects m_objects;                   // with a reference on each: a table that grows moves plain pointers
 };
 
 ZV_DECLARE_HANDLE(ZvObjectManager, ZvObject$);

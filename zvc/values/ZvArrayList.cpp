@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <typeinfo>
 
 ZV_DEFINE_CLASS(ZvArrayList, (ZvObject, ZvIList), .codec = true, .create = &Create)
 ZV_DEFINE_CLASS(ZvArrayList::Enumerator, (ZvObject, ZvIEnumerator))
@@ -38,9 +39,13 @@ bool ZvArrayList::Contains(ZvObject$ const& value) const {
 size_t ZvArrayList::Add(ZvObject$ const& value) {
     ZvLock lock(this);
     ZvObject$ element = value;                    // it may stand in the list itself
+    Append(std::move(element));
+    return m_items.size() - 1;
+}
+
+void ZvArrayList::Append(ZvObject$&& element) {
     MakeRoom(m_items.size() + 1);
     m_items.push_back(std::move(element));
-    return m_items.size() - 1;
 }
 
 size_t ZvArrayList::IndexOf(ZvObject$ const& value) const {
@@ -135,11 +140,17 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
     size_t capacity = std::max<size_t>(m_items.capacity(), count);
     if (std::min(count, atFirst) > m_items.capacity()) Reserve(std::min(count, atFirst));
     zvc::detail::Arrival arrival(stream);
+    const bool isItself = typeid(*this) == typeid(ZvArrayList);       // derived classes have an Add of their own
     for (unsigned int i = 0; i < count; ++i) {
         arrival.After(sizeof(ZvObject$));
         ZvObject$ element;
         coder->Read(stream, element);
-        Add(element);
+        if (isItself) {
+            ZvLock lock(this);
+            Append(std::move(element));
+        } else {
+            Add(element);
+        }
     }
     while (capacity < m_items.size()) capacity += std::max<size_t>(capacity / 2, 1);
     if (count > atFirst && m_items.capacity() != capacity) {

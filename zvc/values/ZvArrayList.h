@@ -56,6 +56,7 @@ public:
 
 private:
     void MakeRoom(size_t count);
+    void Append(ZvObject$&& element);         // no lock
 
     std::vector<ZvObject$> m_items;
 };

@@ -281,12 +281,23 @@ void ThreadObject::Collect() noexcept {
         while (Now() == Joining) FutexWait(&m_state, Joining);
         return;
     }
-    pthread_join(m_thread, nullptr);
+    Join();
     Object* const abandoned = m_abandoned;
     const bool killed = m_killed;
     Publish(Joined);
     if (abandoned != nullptr) abandoned->Release();
     if (killed) Release();
+}
+
+// The thread sanitizer keeps a record of each thread that only an orderly end closes: joining a killed one would never end.
+void ThreadObject::Join() noexcept {
+#ifdef __SANITIZE_THREAD__
+    if (m_killed) {
+        pthread_detach(m_thread);
+        return;
+    }
+#endif
+    pthread_join(m_thread, nullptr);
 }
 
 void ThreadObject::OnClose() noexcept {
@@ -298,7 +309,7 @@ void ThreadObject::OnClose() noexcept {
 ThreadObject::~ThreadObject() {
     if (m_process == getpid() && Now() == Ended) {
         if (pthread_equal(m_thread, pthread_self())) pthread_detach(m_thread);
-        else pthread_join(m_thread, nullptr);
+        else Join();
     }
     if (m_hooked != nullptr) m_hook->gone(m_hooked);
 }

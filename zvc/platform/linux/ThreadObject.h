@@ -56,6 +56,7 @@ private:
     [[noreturn]] void Die() noexcept;
     void Publish(State state) noexcept;
     void Collect() noexcept;
+    void Join() noexcept;
     void WaitUntilStill(uint32_t generation) noexcept;
     void ApplyPriority(uint32_t id) noexcept;
     State Now() const noexcept { return static_cast<State>(__atomic_load_n(&m_state, __ATOMIC_ACQUIRE)); }
