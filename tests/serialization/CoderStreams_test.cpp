@@ -83,6 +83,22 @@ TEST(CoderStreams, TagOfAnObjectsReferenceStaysWhereItsIdDoesNotFit) {
     EXPECT_TRUE(out.stream->Fail());
 }
 
+// ---- a memory stream that is written in its middle ----------------------------------------------------------------------
+
+TEST(CoderStreams, BytesBehindWhatIsWrittenStay) {
+    for (const ZvObject$& o : {ZvObject$(new ZvPrimitive<int>(5)), ZvObject$(new ZvPrimitive<unsigned long long>(0x123456)),
+                               ZvObject$(new ZvString("text")), ZvObject$(&ZvString::s_type), ZvObject$()}) {
+        ZvBinaryCoder$ coder = CoderThatKnows(0, o);
+        ZvPrimArray<unsigned char>* array = new ZvPrimArray<unsigned char>(64, nullptr);
+        Bytes bytes = array;
+        std::memset(array->GetBaseAddress(), 0xCC, 64);
+        ZvStream$ stream = new ZvMemoryStream(bytes);
+        coder->Write(stream, o);
+        const auto end = static_cast<size_t>(stream->Tellp());
+        for (size_t i = end; i < 64; ++i) ASSERT_EQ((*array)[i], 0xCC) << i - end;
+    }
+}
+
 // ---- a stream that has failed before -------------------------------------------------------------------------------------
 
 // A memory stream's failure stays for good: the next transfer that is asked about raises, although its bytes have moved.
