@@ -123,8 +123,6 @@ public:
 
     /// Name to field, own and inherited (clones of the table's fields); built when missing. A base's field replaces an
     /// equally named one of the class.
-    /// CreateFieldCache makes a new cache at each call, which takes the place of the one there was: not while another
-    /// thread uses the fields. CreateMethodCache gives the one there is.
     ZvDictionary$ GetFields();
     ZvField$ FindField(const ZvString$& name);
     ZvDictionary$ GetFieldValues(const ZvObject* o);
