@@ -67,7 +67,8 @@ bool Header::Read(Bytes file) {
     pixels = Long(file, 10);
     const size_t size = Long(file, 14);
     const bool old = size == 12;
-    if ((!old && size < InfoHeaderSize) || size > file.size() - FileHeaderSize || pixels > file.size()) return false;
+    if ((!old && size < InfoHeaderSize) || size > file.size() - FileHeaderSize) return false;
+    if (pixels < FileHeaderSize + size || pixels > file.size()) return false;
     uint32_t planes, used = 0;
     if (old) {
         width = Word(file, 18);
@@ -100,7 +101,8 @@ bool Header::Read(Bytes file) {
     return ReadPalette(file, FileHeaderSize + size, old ? 3 : 4, used);
 }
 
-// The fourth byte of a pixel is alpha only where a mask says so.
+// The fourth byte of a pixel is alpha only where a mask says so. A file that promises masks and has none is damage: 5-5-5 and 5-6-5
+// are equally likely then, and the wrong one shows wrong colours.
 bool Header::ReadMasks(Bytes file, size_t size) {
     if (compression == Rgb) {
         if (bits == 16) masks = {{{0x7C00}, {0x03E0}, {0x001F}, {0}}};
@@ -108,13 +110,13 @@ bool Header::ReadMasks(Bytes file, size_t size) {
         return true;
     }
     const size_t count = compression == AlphaBitFields || size >= 56 ? 4 : 3, at = FileHeaderSize + InfoHeaderSize;
-    if (file.size() < at + count * 4) return false;
+    if (pixels < at + count * 4) return false;                      // they would be pixels
     for (size_t i = 0; i < count; ++i) {
         masks[i].bits = Long(file, at + i * 4);
         const uint32_t run = masks[i].bits >> (masks[i].bits != 0 ? std::countr_zero(masks[i].bits) : 0);
         if ((run & (run + 1)) != 0) return false;                   // bits of one channel stand together
     }
-    return true;
+    return (masks[0].bits | masks[1].bits | masks[2].bits) != 0;
 }
 
 bool Header::ReadPalette(Bytes file, size_t at, size_t entry, uint32_t used) {

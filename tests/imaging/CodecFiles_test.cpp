@@ -118,6 +118,35 @@ TEST(CodecFiles, BmpMasksMayHaveAnyWidth) {
     EXPECT_TRUE(Read(BmpFile(1, 1, 32, 3, 12, torn)).samples.empty());
 }
 
+TEST(CodecFiles, BmpMasksOf16BitsAreAskedFor) {
+    const auto masked = [](std::initializer_list<uint32_t> masks, const FileData& pixels) {
+        FileData rest;
+        for (const uint32_t mask : masks) Append(rest, Little(mask, 4));
+        const size_t before = rest.size();
+        Append(rest, pixels);
+        return BmpFile(2, 1, 16, 3, before, rest);
+    };
+    const FileData pixels = {0xE0, 0x07, 0x1F, 0xF8};
+    EXPECT_TRUE(Read(masked({0xF800, 0x07E0, 0x001F}, pixels)) == Of(2, 1, 3, 8, {0, 255, 0, 255, 0, 255}));
+    EXPECT_TRUE(Read(masked({0xF800, 0x07E0, 0}, pixels)) == Of(2, 1, 3, 8, {0, 255, 0, 255, 0, 0}));   // one channel may have no bits
+    EXPECT_TRUE(Read(masked({0, 0, 0}, pixels)).samples.empty());
+    // Without masks, pixels that could be taken for some are not.
+    EXPECT_TRUE(Read(masked({}, pixels)).samples.empty());
+    EXPECT_TRUE(Read(masked({}, FileData(64, 0))).samples.empty());
+    FileData couldBeMasks;
+    for (const uint32_t mask : {0xF800u, 0x07E0u, 0x001Fu}) Append(couldBeMasks, Little(mask, 4));
+    EXPECT_TRUE(Read(masked({}, couldBeMasks)).samples.empty());
+}
+
+TEST(CodecFiles, BmpPixelsLieBehindTheHeader) {
+    FileData file = BmpFile(1, 1, 24, 0, 0, {1, 2, 3, 0});
+    EXPECT_TRUE(Read(file) == Of(1, 1, 3, 8, {3, 2, 1}));
+    for (const int offset : {0, 14, 53}) {
+        file[10] = static_cast<uint8_t>(offset);
+        EXPECT_TRUE(Read(file).samples.empty()) << offset;
+    }
+}
+
 TEST(CodecFiles, BmpIndicesOfAllSizes) {
     const auto file = [](int width, int bits, const FileData& row) {
         FileData rest = s_palette;

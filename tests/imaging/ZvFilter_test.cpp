@@ -36,6 +36,7 @@ public:
 }
 
 static_assert(std::is_abstract_v<ZvFilter> && !std::is_base_of_v<ZvObject, ZvFilter> && !std::has_virtual_destructor_v<ZvFilter>);
+static_assert(std::is_destructible_v<ZvFilter>);         // as any plain value
 static_assert(std::is_copy_constructible_v<ZvSincFilter> && std::is_move_constructible_v<ZvSincFilter>);
 static_assert(std::is_copy_assignable_v<ZvSincFilter> && std::is_move_assignable_v<ZvSincFilter>);
 

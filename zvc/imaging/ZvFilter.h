@@ -6,7 +6,8 @@
 /// values: made on the stack, passed by const reference; any number of threads may use one.
 ///
 /// The support belongs to the value and not to the kernel: with another support a kernel keeps its shape and is only cut at
-/// another width. A program may derive filters of its own; func is asked once for each entry of a table, never for a pixel.
+/// another width. There is no virtual destructor, and meant to be none: nothing owns a filter by its base. A program may derive
+/// filters of its own; func is asked once for each entry of a table, never for a pixel.
 class ZV_API ZvFilter {
 public:
     /// Half-width in pixels: of the source when enlarging, of the result when shrinking.
@@ -20,9 +21,6 @@ public:
 
     /// The kernel at distance x. Need not integrate to 1: the weights of a position are divided by their sum.
     virtual float func(float x) const = 0;
-
-protected:
-    ~ZvFilter() = default;          // meant to be without a virtual destructor: nobody owns a filter by its base
 
 private:
     float m_support;
