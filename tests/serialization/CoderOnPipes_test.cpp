@@ -2,6 +2,7 @@
 // whether anything still comes.
 
 #include "support/Cases.h"
+#include "support/OtherStream.h"
 #include "support/Temporary.h"
 #include "zvc/platform/File.h"
 
@@ -69,30 +70,10 @@ void ExpectThroughPipe(const std::vector<ZvObject$>& objects, const std::functio
 }
 
 /// Gives what it was made with and counts nothing: it has no position.
-class Wire : public ZvStream {
+class Wire : public OtherStream {
 public:
-    using ZvStream::Read;
-    using ZvStream::Write;
-    explicit Wire(std::string bytes) : m_bytes(std::move(bytes)) {}
-    long long GetFileLength() override { return 0; }
-    long long Write(const void*, long long) override { return 0; }
-    long long Read(void* buffer, long long count) override {
-        const size_t moved = m_bytes.copy(static_cast<char*>(buffer), static_cast<size_t>(count), m_at);
-        m_at += moved;
-        return static_cast<long long>(moved);
-    }
-    long long Tellp() const override { return 0; }
-    long long Tellg() const override { return 0; }
-    void Flush() override {}
-    void Seekp(long long, SeekOrigin) override {}
-    void Seekg(long long, SeekOrigin) override {}
-    bool Fail() const override { return false; }
-    bool SetEndOfFile() override { return false; }
+    using OtherStream::OtherStream;
     bool CanRead() const override { return true; }
-
-private:
-    std::string m_bytes;
-    size_t m_at = 0;
 };
 
 }

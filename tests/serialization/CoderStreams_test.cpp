@@ -1,6 +1,7 @@
 // What the binary coder leaves in a stream that is almost full, and what it makes of a stream that has failed before.
 
 #include "support/Graph.h"
+#include "support/OtherStream.h"
 
 #include <filesystem>
 
@@ -171,33 +172,10 @@ TEST(CoderStreams, EarlierFailureOfAFileDoesNotStopTheCoder) {
 // ---- a stream that does not tell its position ------------------------------------------------------------------------------
 
 TEST(CoderStreams, LongRunsAreReadFromAStreamThatTellsNoPosition) {
-    class Positionless : public ZvStream {
+    class Positionless : public OtherStream {
     public:
-        using ZvStream::Read;
-        using ZvStream::Write;
-        long long GetFileLength() override { return 0; }
-        long long Write(const void* data, long long count) override {
-            m_bytes.append(static_cast<const char*>(data), static_cast<size_t>(count));
-            return count;
-        }
-        long long Read(void* data, long long count) override {
-            const size_t part = m_bytes.copy(static_cast<char*>(data), static_cast<size_t>(count), m_at);
-            m_at += part;
-            return static_cast<long long>(part);
-        }
-        long long Tellp() const override { return 0; }
-        long long Tellg() const override { return 0; }
-        void Flush() override {}
-        void Seekp(long long, SeekOrigin) override {}
-        void Seekg(long long, SeekOrigin) override {}
-        bool Fail() const override { return false; }
-        bool SetEndOfFile() override { return false; }
         bool CanRead() const override { return true; }
         bool CanWrite() const override { return true; }
-
-    private:
-        std::string m_bytes;
-        size_t m_at = 0;
     };
     constexpr int count = 40000;                             // five times 64 KiB
     ZvPrimArray<double>* values = new ZvPrimArray<double>(count, nullptr);

@@ -140,6 +140,10 @@ void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned 
         stream->Write(&value, static_cast<long long>(bytes));
 }
 
+void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
+    PutForm(stream, firstTag, value, CalcSignificantByte(value), false);
+}
+
 // The number of that many bytes, 1 to 8.
 unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int bytes) {
     unsigned long long value = 0;
@@ -152,10 +156,6 @@ unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int byte
     }
     Take(stream, &value, bytes);
     return value;
-}
-
-void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
-    PutForm(stream, firstTag, value, CalcSignificantByte(value), false);
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <typeinfo>
 
 ZV_DEFINE_CLASS(ZvArrayList, (ZvObject, ZvIList), .codec = true, .create = &Create)
 ZV_DEFINE_CLASS(ZvArrayList::Enumerator, (ZvObject, ZvIEnumerator))
@@ -39,13 +38,9 @@ bool ZvArrayList::Contains(ZvObject$ const& value) const {
 size_t ZvArrayList::Add(ZvObject$ const& value) {
     ZvLock lock(this);
     ZvObject$ element = value;                    // it may stand in the list itself
-    Append(std::move(element));
-    return m_items.size() - 1;
-}
-
-void ZvArrayList::Append(ZvObject$&& element) {
     MakeRoom(m_items.size() + 1);
     m_items.push_back(std::move(element));
+    return m_items.size() - 1;
 }
 
 size_t ZvArrayList::IndexOf(ZvObject$ const& value) const {
@@ -140,17 +135,11 @@ void ZvArrayList::Decode(ZvStream$& stream, ZvCoder* coder) {
     size_t capacity = std::max<size_t>(m_items.capacity(), count);
     if (std::min(count, atFirst) > m_items.capacity()) Reserve(std::min(count, atFirst));
     zvc::detail::Arrival arrival(stream, coder);
-    const bool isItself = typeid(*this) == typeid(ZvArrayList);       // derived classes have an Add of their own
     for (unsigned int i = 0; i < count; ++i) {
         arrival.After(sizeof(ZvObject$));
         ZvObject$ element;
         coder->Read(stream, element);
-        if (isItself) {
-            ZvLock lock(this);
-            Append(std::move(element));
-        } else {
-            Add(element);
-        }
+        Add(element);
     }
     while (capacity < m_items.size()) capacity += std::max<size_t>(capacity / 2, 1);
     if (count > atFirst && m_items.capacity() != capacity) {

@@ -56,7 +56,6 @@ public:
 
 private:
     void MakeRoom(size_t count);
-    void Append(ZvObject$&& element);         // no lock
 
     std::vector<ZvObject$> m_items;
 };

@@ -26,7 +26,7 @@ constexpr uint32_t GenerationMask = 0xFFFFFF;
 
 CriticalSection s_section;
 Entry s_first[FirstCapacity];       // as many as most programs need: nothing is left behind when the library is unloaded
-Entry* s_entries = s_first;
+Entry* s_entries = nullptr;
 uint32_t s_capacity = 0;
 uint32_t s_firstFree = 0;
 
@@ -48,17 +48,21 @@ void BeforeFork() { s_section.Enter(); }
 void AfterFork() { s_section.Leave(); }
 
 bool Grow() noexcept {
-    if (s_capacity == 0) pthread_atfork(BeforeFork, AfterFork, AfterFork);
-    const uint32_t capacity = s_capacity == 0 ? FirstCapacity : s_capacity * 2;
-    if (capacity > MaximumEntries) return false;
-    auto* entries = s_capacity == 0 ? s_first : new (std::nothrow) Entry[capacity];
-    if (entries == nullptr) return false;
-    if (entries != s_entries) std::copy_n(s_entries, s_capacity, entries);
+    Entry* entries = s_first;
+    uint32_t capacity = FirstCapacity;
+    if (s_capacity == 0) {
+        pthread_atfork(BeforeFork, AfterFork, AfterFork);
+    } else {
+        capacity = s_capacity * 2;
+        entries = capacity <= MaximumEntries ? new (std::nothrow) Entry[capacity] : nullptr;
+        if (entries == nullptr) return false;
+        std::copy_n(s_entries, s_capacity, entries);
+        if (s_entries != s_first) delete[] s_entries;
+    }
     for (uint32_t i = capacity; i != s_capacity; --i) {
         entries[i - 1].nextFree = s_firstFree;
         s_firstFree = i;
     }
-    if (s_entries != s_first) delete[] s_entries;
     s_entries = entries;
     s_capacity = capacity;
     return true;
