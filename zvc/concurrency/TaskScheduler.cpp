@@ -100,7 +100,22 @@ void TaskScheduler::Add(ZvSystem::TaskQueue queue, const Body& body, unsigned in
     else m_queueObject->NotifyAll();
 }
 
+// Going to sleep and being woken takes tens of microseconds on a processor that goes idle for it: longer than many a batch. So who
+// waits looks a short while whether it is over before it sleeps, and lets others run between the looks.
+template <class Condition>
+static void LookWhile(Condition condition) {
+    constexpr int Looks = 100, RoundsOfALook = 16;
+    for (int look = 0; look != Looks; ++look) {
+        for (int round = 0; round != RoundsOfALook; ++round) {
+            if (!condition()) return;
+            zvc::platform::SpinOnce();
+        }
+        zvc::platform::YieldOnce();
+    }
+}
+
 void TaskScheduler::WaitForAll() {
+    LookWhile([this] { return m_pending != 0; });
     m_doneObject->Lock();
     while (m_pending != 0) m_doneObject->Wait();
     m_doneObject->Unlock();
@@ -118,6 +133,7 @@ void TaskScheduler::Work(ZvObject$& index) {
 // then counts; no task when the workers are to end. A task in the queue is alive: whoever takes its last piece takes it out
 // before that piece is run.
 TaskScheduler::Piece TaskScheduler::NextPiece() {
+    LookWhile([this] { return m_first.load(std::memory_order_relaxed) == nullptr && !m_stopping.load(std::memory_order_relaxed); });
     ZvLock lock(m_queueObject.Get());
     for (;;) {
         while (m_first == nullptr && !m_stopping) m_queueObject->Wait();
@@ -131,35 +147,37 @@ TaskScheduler::Piece TaskScheduler::NextPiece() {
 }
 
 // Passing the counter of pieces from worker to worker takes longer than a piece of a few nanoseconds, which one worker alone gets
-// through sooner. So while pieces are as short as that, all workers but the first step back for a moment whenever others have
-// taken pieces in between. Nothing else changes: the next piece is whoever's comes for it.
+// through sooner. So while the pieces go by as fast as that, all workers but the first step back for a moment behind each piece.
+// Nothing else changes: the next piece is whoever's comes for it.
 class TaskScheduler::Courtesy {
 public:
-    explicit Courtesy(unsigned int worker) : m_rounds(worker * RoundsOfAWorker) {}
+    Courtesy(unsigned int worker, int64_t left)
+        : m_rounds(worker * RoundsOfAWorker), m_left(left), m_since(m_rounds != 0 ? zvc::platform::ClockTicks() : 0) {}
 
     void AfterPiece(int64_t left) {
-        if (--m_untilLook == 0) Look();
-        if (m_tiny && m_left - left > 1)
-            for (unsigned int i = 0; i < m_rounds; ++i) zvc::platform::SpinOnce();
-        m_left = left;
+        if (m_rounds == 0) return;
+        if (--m_untilLook == 0) Look(left);
+        if (m_tiny)
+            for (unsigned int i = 0; i != m_rounds; ++i) zvc::platform::SpinOnce();
     }
 
 private:
-    static constexpr unsigned int PiecesOfALook = 32;
-    static constexpr uint64_t TinyPiece = 200;                    // nanoseconds
-    static constexpr unsigned int RoundsOfAWorker = 32;
+    static constexpr unsigned int PiecesOfALook = 8;
+    static constexpr int64_t TinyPiece = 40;                      // nanoseconds from one piece to the next, of all workers together
+    static constexpr unsigned int RoundsOfAWorker = 64;
 
-    void Look() {
+    void Look(int64_t left) {
         const uint64_t now = zvc::platform::ClockTicks();
-        m_tiny = m_rounds != 0 && now - m_since < PiecesOfALook * TinyPiece;
+        m_tiny = static_cast<int64_t>(now - m_since) < (m_left - left) * TinyPiece;
         m_since = now;
+        m_left = left;
         m_untilLook = PiecesOfALook;
     }
 
     const unsigned int m_rounds;
+    int64_t m_left;
+    uint64_t m_since;
     unsigned int m_untilLook = PiecesOfALook;
-    uint64_t m_since = 0;
-    int64_t m_left = 0;
     bool m_tiny = false;
 };
 
@@ -168,7 +186,7 @@ private:
 // piece of it, so that the end of a task is never run by a worker that ran none.
 void TaskScheduler::RunPieces(const Piece& first, const ZvSystem::ThreadInfo& info) {
     Task& task = *first.task;
-    Courtesy courtesy(info.index);
+    Courtesy courtesy(info.index, first.left);
     int64_t done = 1;
     int64_t left = first.left;
     for (;;) {
