@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <functional>
 #include <sstream>
 
 namespace {
@@ -363,6 +365,97 @@ TEST_F(ZvZipStreamTest, PipesAreReadAndWritten) {
     in.Seekg(0, ZvStream::Begin);            // there is no way back
     EXPECT_TRUE(in.Fail());
     close(ends[0]);
+}
+
+/// Writes two numbers by its own codec, and does something to the stream between them.
+class Meddler : public ZvObject {
+public:
+    explicit Meddler(std::function<void(ZvStream$&, ZvCoder*)> meddle) : m_meddle(std::move(meddle)) {}
+    void Encode(ZvStream$& stream, ZvCoder* coder) const override {
+        coder->Write(stream, 7);
+        m_meddle(stream, coder);
+        coder->Write(stream, 8);
+    }
+    ZvType* GetType() const override { return &ZvString::s_type; }      // any class with a codec
+
+private:
+    std::function<void(ZvStream$&, ZvCoder*)> m_meddle;
+};
+
+std::string CauseOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const ZvCoderException& e) {
+        return std::string(e.function) + " " + std::to_string(e.cause);
+    }
+    return "nothing";
+}
+
+TEST_F(ZvZipStreamTest, BytesOfAClientBetweenThoseOfACoderKeepTheirPlace) {
+    std::string plain;
+    long long at = 0;
+    const auto save = [&](ZvStream$ stream) {
+        Meddler meddler([&](ZvStream$& s, ZvCoder* coder) {
+            at = s->Tellp();
+            s->Write("raw", 3);
+            s->Flush();
+            coder->Write(s, std::string(40000, 'x').data(), 40000ull);
+            s->Write("more", 4);
+        });
+        cases::Coder(0)->EncodeObject(stream, &meddler);
+    };
+    save(new ZvFileStream(m_path.c_str(), ZvFile::Write, ZvFile::Create));
+    const long long expected = at;
+    plain = ContentOf(m_path);
+    save(new ZvZipStream(m_path.c_str(), "wb"));
+    EXPECT_EQ(at, expected);
+    ZvZipStream zip(m_path.c_str(), "rb");
+    EXPECT_EQ(TakeAll(zip), plain);
+    std::stringstream wrapped;
+    save(ZvIStdIOZipStream::Create(wrapped, ZvIStdIOZipStream::OpenWrite));
+    EXPECT_EQ(at, expected);
+    SetContent(m_path, wrapped.str());
+    ZvZipStream again(m_path.c_str(), "rb");
+    EXPECT_EQ(TakeAll(again), plain);
+}
+
+TEST_F(ZvZipStreamTest, RefusedSeekInTheMiddleOfACoderRaisesAtTheNextRawTransfer) {
+    ZvStream$ zip = new ZvZipStream(m_path.c_str(), "wb");
+    bool failed = false;
+    Meddler meddler([&](ZvStream$& s, ZvCoder* coder) {
+        s->Seekg(0, ZvStream::End);
+        failed = s->Fail();
+        coder->Write(s, true);                   // no raw transfer
+    });
+    EXPECT_EQ(CauseOf([&] { cases::Coder(0)->EncodeObject(zip, &meddler); }), "ZvBinaryCoder::Write 1");
+    EXPECT_TRUE(failed);
+}
+
+TEST_F(ZvZipStreamTest, FullDeviceRaisesAtTheCodersNextRawTransfer) {
+    for (const bool byPath : {true, false}) {
+        std::fstream full("/dev/full", std::ios::in | std::ios::out | std::ios::binary);
+        ZvStream$ zip = byPath ? ZvStream$(new ZvZipStream("/dev/full", "wb"))
+                               : ZvStream$(ZvIStdIOZipStream::Create(full, ZvIStdIOZipStream::OpenWrite));
+        const std::string noise = Noise(1000000);
+        EXPECT_EQ(CauseOf([&] { cases::Coder(0)->Write(zip, noise.data(), 1000000ull); }), "ZvBinaryCoder::Write 1");
+        EXPECT_TRUE(zip->Fail());
+        EXPECT_EQ(CauseOf([&] { cases::Coder(0)->Write(zip, 1); }), "ZvBinaryCoder::Write 1");
+        EXPECT_EQ(CauseOf([&] { cases::Coder(0)->Write(zip, true); }), "nothing");
+    }
+}
+
+TEST_F(ZvZipStreamTest, AnotherFileOpenedInTheMiddleOfACoderGetsTheRest) {
+    const std::string second = m_folder.File("second.gz");
+    {
+        ZvStream$ zip = new ZvZipStream(m_path.c_str(), "wb");
+        Meddler meddler([&](ZvStream$& s, ZvCoder*) { static_cast<ZvZipStream*>(s.Get())->Open(second.c_str(), "wb"); });
+        cases::Coder(0)->EncodeObject(zip, &meddler);
+    }
+    ZvZipStream zip(second.c_str(), "rb");
+    EXPECT_EQ(TakeAll(zip), "\xA0\x08");
+    ZvZipStream first(m_path.c_str(), "rb");
+    const std::string begun = TakeAll(first);
+    EXPECT_EQ(begun.substr(begun.size() - 2), "\xA0\x07");
 }
 
 TEST_F(ZvZipStreamTest, CoderSavesAndLoadsByPathAndByDescriptor) {

@@ -2,8 +2,11 @@
 
 #include "zvc/platform/File.h"
 #include "zvc/serialization/ZvFileStream.h"
+#include "zvc/serialization/ZvGzip.h"
 #include "zvc/serialization/ZvMemoryStream.h"
 #include "zvc/serialization/ZvReadAhead.h"
+#include "zvc/serialization/ZvStdIOZipStream.h"
+#include "zvc/serialization/ZvZipStream.h"
 
 #include <algorithm>
 #include <typeinfo>
@@ -26,7 +29,7 @@ T* Exactly(ZvStream* stream) {
 
 void OutputWindow::Open(ZvStream* stream) {
     if (m_depth++ != 0) return;
-    m_failed = m_checked = m_isFile = false;
+    m_failed = m_checked = m_isFile = m_compresses = false;
     if (auto* memory = Exactly<ZvMemoryStream>(stream)) {
         if (memory->m_cursor >= memory->m_end) return;
         m_cursor = &memory->m_cursor;
@@ -42,23 +45,46 @@ void OutputWindow::Open(ZvStream* stream) {
         m_isFile = true;
         m_stream = stream;
         file->m_window = this;
+    } else if (auto* zip = Exactly<ZvZipStream>(stream)) {
+        if (zip->m_window != nullptr) return;
+        OpenOn(zip->Writer(), zip);
+        if (!m_compresses) return;
+        m_zip = zip;
+        zip->m_window = this;
+    } else if (auto* wrapped = Exactly<ZvStdIOZipStream>(stream)) {
+        OpenOn(wrapped->Writer(), wrapped);
     }
+}
+
+// A compressor that has failed leaves no room, so that whatever comes behind a failure goes to the stream itself.
+void OutputWindow::OpenOn(GzipWriter* writer, ZvStream* stream) {
+    if (writer == nullptr || !stream->CanWrite() || stream->Fail()) return;
+    m_cursor = &writer->m_next;
+    m_limit = writer->m_limit;
+    m_compresses = true;
+    m_stream = stream;
 }
 
 bool OutputWindow::Close() {
     if (--m_depth != 0 || m_stream == nullptr) return true;
-    if (m_isFile) {
-        Settle();
-        static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
-    }
+    Settle();
+    if (m_isFile) static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
+    LetGo();
+    return !(m_isFile && m_failed && m_checked);
+}
+
+void OutputWindow::LetGo() {
+    if (m_zip != nullptr) m_zip->m_window = nullptr;
+    m_zip = nullptr;
+    m_compresses = false;
     m_stream = nullptr;
     m_failure = &m_failed;
     m_cursor = &m_next;
     m_limit = m_next = nullptr;
-    return !(m_failed && m_checked);
 }
 
 void OutputWindow::Settle() {
+    if (m_compresses) return LetGo();           // the stream itself does the rest
     if (!m_isFile || m_next == m_buffer.get()) return;
     const auto gathered = m_next - m_buffer.get();
     m_next = m_buffer.get();
@@ -67,6 +93,12 @@ void OutputWindow::Settle() {
 }
 
 bool OutputWindow::PutMore(const void* data, size_t size) {
+    if (m_compresses) {
+        ZvStream* const stream = m_stream;
+        stream->Write(data, static_cast<long long>(size));
+        m_failed = stream->Fail();              // which may have let go of the window
+        return true;
+    }
     if (!m_isFile) return false;
     Settle();
     if (size > BufferSize) {

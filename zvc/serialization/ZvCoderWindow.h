@@ -5,8 +5,8 @@
 // A window is open on one stream for the span of the coder's outermost call. On exactly a ZvMemoryStream it works on the
 // stream's own cursor, in place. On exactly a ZvFileStream it gathers what is written, and reads ahead; the file stream
 // knows the window and has it settled before any operation of its own, so that whoever looks at the stream meanwhile sees
-// what an unbuffered one would show. A ReadAhead is such a window of its own: reading works in its buffer. All other streams
-// have none.
+// what an unbuffered one would show. On the compressed streams it works at the cursor of the bytes that are held back for the
+// compressor. A ReadAhead is such a window of its own: reading works in its buffer. All other streams have none.
 
 #include "zvc/platform/Api.h"
 #include "zvc/serialization/ZvFileWindow.h"
@@ -17,9 +17,11 @@
 
 class ZvStream;
 class ZvStream$;
+class ZvZipStream;
 
 namespace zvc::detail {
 
+class GzipWriter;
 class ReadAhead;
 
 class ZV_API OutputWindow : private FileWindow {
@@ -59,10 +61,14 @@ public:
 private:
     void Settle() override;
     bool PutMore(const void* data, size_t size);
+    void OpenOn(GzipWriter* writer, ZvStream* stream);
+    void LetGo();
 
     ZvStream* m_stream = nullptr;               // null while closed
     unsigned int m_depth = 0;
     bool m_isFile = false;
+    bool m_compresses = false;
+    ZvZipStream* m_zip = nullptr;               // that knows this window
     bool m_failed = false;
     bool m_checked = false;
     const bool* m_failure = &m_failed;          // or the memory stream's own

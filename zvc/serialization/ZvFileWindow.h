@@ -4,11 +4,11 @@
 
 namespace zvc::detail {
 
-/// What a ZvFileStream knows of a coder that gathers its bytes or reads ahead of it: every operation of the stream lets
-/// the window settle first.
+/// What a stream knows of a coder that works beside it. A ZvFileStream has the window settle before every operation of its own,
+/// a ZvZipStream before another file is opened and behind a failure.
 class ZV_API FileWindow {
 public:
-    /// Hands over what was gathered, or puts the file position back to what was consumed.
+    /// Hands over what was gathered, or puts the file position back to what was consumed; lets go of a compressor.
     virtual void Settle() = 0;
 
 protected:

@@ -28,18 +28,25 @@ void GzipWriter::End::operator()(z_stream_s* z) const {
 }
 
 GzipWriter::GzipWriter(GzipPort& port, int level, int strategy)
-    : m_port(port), m_z(new z_stream{}), m_out(new unsigned char[GzipBlock]), m_held(new unsigned char[GzipBlock]) {
-    m_result = deflateInit2(m_z.get(), level, Z_DEFLATED, -MAX_WBITS, 8, strategy);
+    : m_port(port), m_z(new z_stream{}), m_out(new unsigned char[GzipBlock]), m_held(new unsigned char[GzipBlock]),
+      m_next(m_held.get()), m_limit(m_next + GzipBlock) {
+    Note(deflateInit2(m_z.get(), level, Z_DEFLATED, -MAX_WBITS, 8, strategy));
     m_z->next_out = m_out.get();
     m_z->avail_out = GzipBlock;
-    if (m_result == Z_OK && m_port.Write(Header, sizeof Header) != sizeof Header) m_result = Z_ERRNO;
+    if (m_result == Z_OK && m_port.Write(Header, sizeof Header) != sizeof Header) Note(Z_ERRNO);
 }
 
 GzipWriter::~GzipWriter() = default;
 
+int GzipWriter::Note(int result) {
+    m_result = result;
+    if (result != Z_OK) m_next = m_limit;
+    return result;
+}
+
 bool GzipWriter::WriteOut() {
     const size_t count = GzipBlock - m_z->avail_out;
-    if (count != 0 && m_port.Write(m_out.get(), count) != count) m_result = Z_ERRNO;
+    if (count != 0 && m_port.Write(m_out.get(), count) != count) Note(Z_ERRNO);
     m_z->next_out = m_out.get();
     m_z->avail_out = GzipBlock;
     return m_result == Z_OK;
@@ -51,29 +58,25 @@ long long GzipWriter::Compress(const unsigned char* data, long long count) {
         const auto piece = static_cast<uInt>(std::min(count - done, LargestPiece));
         m_z->next_in = const_cast<unsigned char*>(data + done);
         m_z->avail_in = piece;
-        while (m_z->avail_in != 0 && (m_z->avail_out != 0 || WriteOut())) {
-            m_result = deflate(m_z.get(), Z_NO_FLUSH);
-            if (m_result != Z_OK) break;
-        }
+        while (m_z->avail_in != 0 && (m_z->avail_out != 0 || WriteOut()))
+            if (Note(deflate(m_z.get(), Z_NO_FLUSH)) != Z_OK) break;
         const uInt used = piece - m_z->avail_in;
         m_crc = static_cast<uint32_t>(crc32(m_crc, data + done, used));
         done += used;
     }
+    m_drained += static_cast<uint32_t>(done);
     return done;
 }
 
 bool GzipWriter::Drain() {
-    const long long count = m_heldCount;
-    m_heldCount = 0;
+    const long long count = m_next - m_held.get();
+    m_next = m_held.get();
     return count == 0 || Compress(m_held.get(), count) == count;
 }
 
 long long GzipWriter::WriteMore(const void* data, long long count) {
     if (m_result != Z_OK || count <= 0 || !Drain()) return 0;
-    if (count < GzipBlock) return Hold(data, count);
-    const long long done = Compress(static_cast<const unsigned char*>(data), count);
-    m_position += static_cast<uint32_t>(done);
-    return done;
+    return count < GzipBlock ? Hold(data, count) : Compress(static_cast<const unsigned char*>(data), count);
 }
 
 int GzipWriter::Flush(int mode) {
@@ -82,7 +85,7 @@ int GzipWriter::Flush(int mode) {
     for (;;) {
         if (!WriteOut()) return m_result;
         const int r = deflate(m_z.get(), mode);
-        if (r != Z_OK && r != Z_STREAM_END && r != Z_BUF_ERROR) return m_result = r;
+        if (r != Z_OK && r != Z_STREAM_END && r != Z_BUF_ERROR) return Note(r);
         // Z_BUF_ERROR only says that there was nothing to do.
         if (r != Z_OK && m_z->avail_out == GzipBlock) return Z_OK;
     }
@@ -90,26 +93,27 @@ int GzipWriter::Flush(int mode) {
 
 bool GzipWriter::WriteTrailer() {
     unsigned char trailer[8];
+    const uint32_t length = Position();
     for (int i = 0; i < 4; ++i) {
         trailer[i] = static_cast<unsigned char>(m_crc >> (8 * i));
-        trailer[4 + i] = static_cast<unsigned char>(m_position >> (8 * i));
+        trailer[4 + i] = static_cast<unsigned char>(length >> (8 * i));
     }
-    if (m_result == Z_OK && m_port.Write(trailer, sizeof trailer) != sizeof trailer) m_result = Z_ERRNO;
+    if (m_result == Z_OK && m_port.Write(trailer, sizeof trailer) != sizeof trailer) Note(Z_ERRNO);
     return m_result == Z_OK;
 }
 
 long long GzipWriter::Seek(long long offset, int origin) {
     if (m_result != Z_OK || origin == Origin::End || offset < 0) return -1;
-    long long distance = origin == Begin ? offset - m_position : offset;
+    long long distance = origin == Begin ? offset - Position() : offset;
     if (distance < 0) return -1;
-    if (distance == 0) return m_position;
+    if (distance == 0) return Position();
     const std::unique_ptr<unsigned char[]> zeros(new unsigned char[GzipBlock]());
     while (distance > 0) {
         const long long size = std::min(distance, GzipBlock);
         if (Write(zeros.get(), size) != size) return -1;
         distance -= size;
     }
-    return m_position;
+    return Position();
 }
 
 // ---- reading ------------------------------------------------------------------------------------------------------------

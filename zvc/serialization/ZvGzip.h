@@ -26,6 +26,9 @@ public:
 constexpr long long GzipBlock = 16384;
 
 /// Writes one member. Positions count uncompressed bytes, in 32 bits. A failure is final.
+///
+/// Small writes are held back in a block, for the compressor is slow to call. There is no room in it after a failure. A coder's
+/// window writes into it at the same cursor.
 class GzipWriter {
 public:
     GzipWriter(GzipPort& port, int level, int strategy);         ///< writes the header
@@ -33,7 +36,7 @@ public:
 
     /// The bytes taken: fewer than count after a failure.
     long long Write(const void* data, long long count) {
-        if (count > 0 && count <= GzipBlock - m_heldCount && m_result == 0) return Hold(data, count);
+        if (count > 0 && count <= m_limit - m_next) return Hold(data, count);
         return WriteMore(data, count);
     }
     /// Compresses what is there by one of zlib's flush modes and hands all that comes of it to the port. 0, or the failure.
@@ -46,15 +49,17 @@ public:
     int Result() const { return m_result; }
 
 private:
+    friend class OutputWindow;
     struct End {
         void operator()(z_stream_s* z) const;
     };
     long long Hold(const void* data, long long count) {
-        std::memcpy(m_held.get() + m_heldCount, data, static_cast<size_t>(count));
-        m_heldCount += count;
-        m_position += static_cast<uint32_t>(count);
+        std::memcpy(m_next, data, static_cast<size_t>(count));
+        m_next += count;
         return count;
     }
+    uint32_t Position() const { return m_drained + static_cast<uint32_t>(m_next - m_held.get()); }
+    int Note(int result);
     long long WriteMore(const void* data, long long count);
     bool Drain();
     long long Compress(const unsigned char* data, long long count);
@@ -63,11 +68,12 @@ private:
     GzipPort& m_port;
     std::unique_ptr<z_stream_s, End> m_z;
     std::unique_ptr<unsigned char[]> m_out;
-    std::unique_ptr<unsigned char[]> m_held;    // small writes, for the compressor is slow to call
-    long long m_heldCount = 0;
+    std::unique_ptr<unsigned char[]> m_held;
+    unsigned char* m_next;                      // in what is held
+    unsigned char* const m_limit;
     int m_result = 0;
     uint32_t m_crc = 0;
-    uint32_t m_position = 0;
+    uint32_t m_drained = 0;                     // bytes before those that are held
 };
 
 /// Reads members one behind the other, or passes through what is no gzip file. What stands behind the last member and is

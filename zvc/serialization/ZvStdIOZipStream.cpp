@@ -70,6 +70,8 @@ ZvStdIOZipStream::~ZvStdIOZipStream() {
 
 void ZvStdIOZipStream::Reserved() {}
 
+zvc::detail::GzipWriter* ZvStdIOZipStream::Writer() const { return m_state->writer.get(); }
+
 long long ZvStdIOZipStream::Write(const void* buffer, long long count) {
     return m_state->writer ? m_state->writer->Write(buffer, count) : Z_STREAM_ERROR;
 }

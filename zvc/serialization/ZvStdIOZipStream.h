@@ -4,6 +4,11 @@
 
 #include <memory>
 
+namespace zvc::detail {
+class GzipWriter;
+class OutputWindow;
+}
+
 /// Gzip data on any standard-library stream: what is written is compressed, what is read is decompressed. Create makes one.
 class ZV_API ZvIStdIOZipStream : public ZvStdIOStream {
     ZV_DECLARE_CLASS(ZvIStdIOZipStream)
@@ -60,7 +65,9 @@ public:
     bool CanWrite() const override;
 
 private:
+    friend class zvc::detail::OutputWindow;
     struct State;
+    zvc::detail::GzipWriter* Writer() const;
     long long Move(long long offset, SeekOrigin origin) const;
 
     std::unique_ptr<State> m_state;

@@ -2,6 +2,7 @@
 
 #include "zvc/diagnostics/ZvFile.h"
 #include "zvc/platform/File.h"
+#include "zvc/serialization/ZvFileWindow.h"
 #include "zvc/serialization/ZvGzip.h"
 
 #include <cstdio>
@@ -100,6 +101,7 @@ void ZvZipStream::Start(int descriptor, const char* path, const char* mode) {
 
 // Only a file that was opened by its path gets its trailer: meant so.
 void ZvZipStream::Close() {
+    if (m_window != nullptr) m_window->Settle();
     if (!m_file) return;
     if (zvc::detail::GzipWriter* writer = m_file->writer.get())
         if (writer->Flush(Z_FINISH) == Z_OK && m_owned) writer->WriteTrailer();
@@ -108,9 +110,13 @@ void ZvZipStream::Close() {
 
 /// Keeps a negative result.
 long long ZvZipStream::Note(long long result) const {
-    if (result < 0) m_error = static_cast<int>(result);
+    if (result >= 0) return result;
+    m_error = static_cast<int>(result);
+    if (m_window != nullptr) m_window->Settle();
     return result;
 }
+
+zvc::detail::GzipWriter* ZvZipStream::Writer() const { return m_file ? m_file->writer.get() : nullptr; }
 
 long long ZvZipStream::GetFileLength() { return 0; }
 

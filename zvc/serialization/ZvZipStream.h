@@ -4,6 +4,12 @@
 
 #include <memory>
 
+namespace zvc::detail {
+class FileWindow;
+class GzipWriter;
+class OutputWindow;
+}
+
 /// A gzip file behind a path or a descriptor: what is written is compressed, what is read is decompressed. Everything else
 /// may stay as it was without compression, such as a coder on the stream.
 ///
@@ -56,7 +62,9 @@ public:
     bool CanWrite() const override;                                      ///< the mode contains a w
 
 private:
+    friend class zvc::detail::OutputWindow;
     struct File;
+    zvc::detail::GzipWriter* Writer() const;
     void Start(int descriptor, const char* path, const char* mode);
     void Close();
     long long Move(long long offset, SeekOrigin origin) const;
@@ -64,6 +72,7 @@ private:
     void NoteReader() const;
 
     std::unique_ptr<File> m_file;
+    zvc::detail::FileWindow* m_window = nullptr;         // of a coder in the middle of a call
     mutable int m_error = 0;
     bool m_owned = false;
     unsigned char m_access = 0;
