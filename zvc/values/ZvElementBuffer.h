@@ -4,6 +4,7 @@
 // clients.
 
 #include "zvc/core/ZvSystem.h"
+#include "zvc/platform/Memory.h"
 #include "zvc/serialization/ZvRun.h"
 #include "zvc/values/ZvConversion.h"
 
@@ -22,13 +23,17 @@ size_t BytesOf(unsigned long long count) {
 /// all ones, so that the allocator refuses it. Raises as ZvSystem::Malloc does.
 template <class T>
 T* AllocateElements(unsigned long long count) {
-    return static_cast<T*>(ZvSystem::Malloc(BytesOf<T>(count)));
+    void* const memory = ZvSystem::Malloc(BytesOf<T>(count));
+    platform::PreferLargePages(memory, BytesOf<T>(count));
+    return static_cast<T*>(memory);
 }
 
 /// The same memory for more elements, moved as bytes where it must move: large blocks are not copied for it.
 template <class T>
 T* ReallocateElements(T* elements, unsigned long long count) {
-    return static_cast<T*>(ZvSystem::Realloc(static_cast<void*>(elements), BytesOf<T>(count)));
+    void* const memory = ZvSystem::Realloc(static_cast<void*>(elements), BytesOf<T>(count));
+    platform::PreferLargePages(memory, BytesOf<T>(count));
+    return static_cast<T*>(memory);
 }
 
 /// Moves elements as bytes; handles move like that, too.

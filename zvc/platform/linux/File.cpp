@@ -141,10 +141,10 @@ bool WriteCancellable(FileObject& file, const void* data, uint32_t size, uint32_
     while (*done < size) {
         if (file.Cancelled()) return false;
         const ssize_t n = WriteWithoutWaiting(file, static_cast<const char*>(data) + *done, size - *done);
-        if (n >= 0)
-            *done += static_cast<uint32_t>(n);
-        else if (errno != EINTR && (errno != EAGAIN || !file.AwaitWritable()))
-            return false;
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && errno != EAGAIN) return false;
+        if (n > 0) *done += static_cast<uint32_t>(n);
+        if (*done < size && !file.AwaitWritable()) return false;      // there was no room for the rest
     }
     return true;
 }

@@ -8,6 +8,7 @@ namespace zvc::platform {
 
 namespace {
 
+constexpr size_t SmallPage = 4096;
 constexpr size_t LargePage = size_t(2) << 20;
 
 size_t WholePages(size_t size) { return (size + LargePage - 1) & ~(LargePage - 1); }
@@ -28,6 +29,15 @@ void* LargeAllocate(size_t size) noexcept {
     if (const size_t over = begin + LargePage - aligned) munmap(memory + whole, over);
     madvise(memory, whole, MADV_HUGEPAGE);        // a kernel without them serves as well
     return memory;
+}
+
+// All of it, to the ends of its small pages: an allocator that mapped the block can move it as one only if it is alike throughout.
+void PreferLargePages(void* memory, size_t size) noexcept {
+    if (size < 2 * LargePage) return;
+    const auto begin = reinterpret_cast<uintptr_t>(memory);
+    const uintptr_t first = begin & ~(SmallPage - 1);
+    const uintptr_t end = (begin + size + SmallPage - 1) & ~(SmallPage - 1);
+    madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
 }
 
 void LargeFree(void* memory, size_t size) noexcept {
