@@ -300,6 +300,11 @@ TEST(ConstructingResponse, LosesItsSlotOnTheWay) {
     const remoting::ConstructingResponse$ again = Again<remoting::ConstructingResponse$>(new Slotted(5));
     ASSERT_TRUE(again);
     EXPECT_EQ(again->GetThreadID(), 0u);
+    const remoting::ConstructingResponse$ used = new Slotted(5);
+    ZvStream$ stream = StreamOf("8000");
+    const ZvBinaryCoder$ coder = new ZvBinaryCoder(new ZvStreamingContext(Marshal));
+    used->Decode(stream, coder.Get());
+    EXPECT_EQ(used->GetThreadID(), 0u);
     ConstructingResponse assigned;
     assigned = ConstructingResponse(ConstructingResponse(object));
     EXPECT_EQ(assigned.CreatedObject(), object);

@@ -153,7 +153,10 @@ ConstructingResponse& ConstructingResponse::operator=(const ConstructingResponse
 
 // The thread id stays at home: meant so. The answer is waited for in slot 0.
 void ConstructingResponse::Encode(ZvStream$& stream, ZvCoder* coder) const { coder->Write(stream, m_object); }
-void ConstructingResponse::Decode(ZvStream$& stream, ZvCoder* coder) { coder->Read(stream, m_object); }
+void ConstructingResponse::Decode(ZvStream$& stream, ZvCoder* coder) {
+    coder->Read(stream, m_object);
+    m_threadId = 0;
+}
 
 // ---- AsyncTerminator ------------------------------------------------------------------------------------------------------
 
