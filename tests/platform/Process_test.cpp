@@ -193,6 +193,24 @@ TEST(Process, OtherChildrenOfTheHostAreLeftAlone) {
     EXPECT_EQ(WEXITSTATUS(status), 9);
 }
 
+TEST(Process, HostMayWaitForItByItsNumber) {
+    for (int i = 0; i < 8; ++i) {
+        const Started child("code 5");
+        int status = 0;
+        const bool known = i % 2 == 0;                    // its end, at this end
+        if (known) {
+            EXPECT_EQ(child.End(), 5u);
+        }
+        ASSERT_EQ(waitpid(static_cast<pid_t>(child.info.processId), &status, 0), static_cast<pid_t>(child.info.processId));
+        EXPECT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 5);
+        EXPECT_EQ(WaitForHandle(child.info.process, Infinite), WaitResult::Signalled);
+        if (known) {
+            EXPECT_EQ(child.Code(), 5u);
+        }
+    }
+}
+
 TEST(Process, EndThatSomebodyElseCollectedHasNoKnownCode) {
     struct sigaction ignore {}, before;
     ignore.sa_handler = SIG_IGN;                          // the system collects children by itself then

@@ -183,7 +183,8 @@ public:
 ZV_DEFINE_CLASS(HandMade, (ZvMarshalByRefObject), ZV_TABLES)
 ZV_FIELDS(HandMade)
 ZvMethodMap* HandMade::GetMethodMap() {
-    static ZvMethod$ s_methods[] = {new Handwritten("Seventeen", ZvVtInt32), new Handwritten("Nothing", ZvVtVoid), ZvMethod$()};
+    static ZvMethod$ s_methods[] = {new Handwritten("Seventeen", ZvVtInt32), new Handwritten("Nothing", ZvVtVoid),
+                                     new Handwritten("Untyped", ZvVtInterface), ZvMethod$()};
     static ZvMethodMap s_map(s_methods);
     return &s_map;
 }
@@ -201,6 +202,17 @@ TEST(MethodCall, InvokeHandsTheMethodABoxOfTheResultType) {
     EXPECT_FALSE(Handwritten::s_given);
     EXPECT_FALSE(nothing->GetReturnValue());
     Handwritten::s_given = ZvValue$();
+    object->Forget();
+}
+
+// The kind of interfaces has no descriptor, and a method may be declared with it: its signature has a null result type.
+TEST(MethodCall, InvokeWithANullResultTypeMakesNoBox) {
+    const ZvHandle<HandMade, ZvMarshalByRefObject$> object = new HandMade;
+    const remoting::MethodResponse$ response = MethodCall(object->CreateObjRef(), $L("Untyped"), ZvType$(), Arguments({}), 6).Invoke();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->GetThreadID(), 6u);
+    EXPECT_FALSE(Handwritten::s_given);
+    EXPECT_FALSE(response->GetReturnValue());
     object->Forget();
 }
 
@@ -288,6 +300,11 @@ TEST(ConstructingResponse, LosesItsSlotOnTheWay) {
     const remoting::ConstructingResponse$ again = Again<remoting::ConstructingResponse$>(new Slotted(5));
     ASSERT_TRUE(again);
     EXPECT_EQ(again->GetThreadID(), 0u);
+    const remoting::ConstructingResponse$ used = new Slotted(5);
+    ZvStream$ stream = StreamOf("8000");
+    const ZvBinaryCoder$ coder = new ZvBinaryCoder(new ZvStreamingContext(Marshal));
+    used->Decode(stream, coder.Get());
+    EXPECT_EQ(used->GetThreadID(), 0u);
     ConstructingResponse assigned;
     assigned = ConstructingResponse(ConstructingResponse(object));
     EXPECT_EQ(assigned.CreatedObject(), object);

@@ -12,8 +12,8 @@ namespace zvc::platform {
 /// The exit code of a process that still runs.
 constexpr uint32_t ProcessStillActive = 259;
 
-/// The exit code of a process that has ended when nobody knows it any more: somebody else in this process waited for all
-/// children, or the process ignores the news of their ends.
+/// The exit code of a process that has ended when nobody knows it any more: somebody else in this process was waiting for
+/// it, or for all children, or the process ignores the news of their ends.
 constexpr uint32_t ProcessCodeUnknown = 0xFFFFFFFF;
 
 /// What is started, and with which standard streams. A null stream is the null device: reading gives the end of the
@@ -40,7 +40,7 @@ struct ProcessInfo {
 ///
 /// False when nothing could be started (no such file, no right to run it), and info is all null then. The process goes on
 /// when its handles are closed or this process ends. Its end is collected whether or not anybody asks, so that no dead
-/// process stays in the system's table.
+/// process stays in the system's table; but not at once: for two seconds the caller may do so itself, by processId.
 ///
 /// WaitForHandle waits for its end, from any number of threads.
 ZV_API bool ProcessCreate(const ProcessStart& start, ProcessInfo* info) noexcept;

@@ -53,9 +53,9 @@ MethodResponse$ MethodCall::Invoke() {
     if (!real) return MethodResponse$();
     const ZvMethod$ method = real->GetType()->Find(m_name, m_retType, m_arguments);
     if (!method) throw ZvChannelException("MethodCall::Invoke: the object has no such method");
-    // The box that the method fills. A method without a result answers with null.
+    // The box that the method fills. A method without a result answers with null, and so may one whose result has no type.
     ZvValue$ result;
-    if (m_retType != &ZvVoid::s_type) result = ZvObject$(m_retType->CreateObject());
+    if (m_retType && m_retType != &ZvVoid::s_type) result = ZvObject$(m_retType->CreateObject());
     method->Invoke(real.Get(), result, m_arguments);
     return new MethodResponse(m_threadId, result);
 }
@@ -153,7 +153,10 @@ ConstructingResponse& ConstructingResponse::operator=(const ConstructingResponse
 
 // The thread id stays at home: meant so. The answer is waited for in slot 0.
 void ConstructingResponse::Encode(ZvStream$& stream, ZvCoder* coder) const { coder->Write(stream, m_object); }
-void ConstructingResponse::Decode(ZvStream$& stream, ZvCoder* coder) { coder->Read(stream, m_object); }
+void ConstructingResponse::Decode(ZvStream$& stream, ZvCoder* coder) {
+    coder->Read(stream, m_object);
+    m_threadId = 0;
+}
 
 // ---- AsyncTerminator ------------------------------------------------------------------------------------------------------
 

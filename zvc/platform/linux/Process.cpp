@@ -5,9 +5,11 @@
 #include "zvc/platform/linux/Descriptor.h"
 #include "zvc/platform/linux/Futex.h"
 #include "zvc/platform/linux/Object.h"
+#include "zvc/platform/linux/ProcFile.h"
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <new>
@@ -22,13 +24,28 @@ namespace zvc::platform {
 
 namespace {
 
+/// When a process began, in the system's ticks; 0 when there is none, or nobody can tell.
+uint64_t StartOf(pid_t process) noexcept {
+    char path[32], buffer[512];
+    std::snprintf(path, sizeof path, "/proc/%d/stat", process);
+    ProcFile file(path, buffer, sizeof buffer);
+    const char* at = file.Next();
+    if (at != nullptr) at = std::strrchr(at, ')');      // its name may hold anything
+    for (int field = 2; at != nullptr && field < 22; ++field) at = std::strchr(at + 1, ' ');
+    return at != nullptr ? TakeDecimal(++at) : 0;
+}
+
 class ProcessObject;
 CriticalSection s_section;                              // of the list
 ProcessObject* s_first = nullptr;                       // all whose watchers have work
 Handle s_last = nullptr;                                // the watcher that was done last: it may be on its way out still
 
+/// How long a dead child stays in the system's table for a host that waits for it by its number, in milliseconds.
+constexpr uint32_t TimeToCollect = 2000;
+
 /// A child, and the thread that waits for its end and collects it: a dead child must not stay in the system's table until
-/// somebody asks, and a signal handler or a wait for any child would take the host's own children away from it.
+/// somebody asks, and a signal handler or a wait for any child would take the host's own children away from it. The end is
+/// told at once and collected a while later, for the host may wait for this child by itself, as for any other.
 class ProcessObject final : public Object {
 public:
     ProcessObject() noexcept : Object(ObjectKind::Process), m_owner(getpid()) {}
@@ -61,6 +78,8 @@ private:
         FutexWake(&m_state);
     }
     static uint32_t Watcher(void* process) noexcept;
+    void AwaitEnd() noexcept;
+    void Tell(const siginfo_t* end) noexcept;
     void Collect() noexcept;
     void Leave() noexcept;
     uint32_t CodeOf(const siginfo_t& end) const noexcept;
@@ -73,6 +92,8 @@ private:
     uint32_t m_code = 0;
     uint32_t m_killCode = 0;
     bool m_killed = false;
+    bool m_dead = false;                                // has ended, and is not collected yet
+    uint64_t m_start = 0;                               // when the child began: tells it from a later one of its number
     CriticalSection m_section;                          // a killer must not meet the number of a process that was collected
     Handle m_watcher = nullptr;
     ProcessObject* m_next = nullptr;
@@ -111,12 +132,35 @@ bool ProcessObject::Watch() noexcept {
 uint32_t ProcessObject::Watcher(void* process) noexcept {
     auto* const self = static_cast<ProcessObject*>(process);
     while (self->Now() == Preparing) FutexWait(&self->m_state, Preparing);
-    if (self->Now() == Running) {
-        siginfo_t end{};
-        while (waitid(P_PID, static_cast<id_t>(self->m_process), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {}
-    }
+    if (self->Now() == Running) self->AwaitEnd();
     self->Leave();
     return 0;
+}
+
+void ProcessObject::AwaitEnd() noexcept {
+    siginfo_t end{};
+    int failed;
+    do failed = waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOWAIT);
+    while (failed != 0 && errno == EINTR);
+    Tell(failed == 0 ? &end : nullptr);
+    if (m_dead) SleepFor(TimeToCollect);
+}
+
+// Without an end somebody else has collected it.
+void ProcessObject::Tell(const siginfo_t* end) noexcept {
+    Region region;
+    SectionLock lock(m_section);
+    m_dead = end != nullptr;
+    m_start = StartOf(m_process);
+    m_code = m_dead ? CodeOf(*end) : ProcessCodeUnknown;
+    Publish(Ended);
+}
+
+// The number may be another child's as soon as the host has collected this one.
+void ProcessObject::Collect() noexcept {
+    siginfo_t end;
+    if (m_dead && StartOf(m_process) == m_start) waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOHANG);
+    m_dead = false;
 }
 
 // Nobody joins a watcher but the next one to leave, and the last is joined before this code goes: so no stack is kept, and
@@ -134,15 +178,6 @@ void ProcessObject::Leave() noexcept {
     WaitForHandle(previous, Infinite);
     CloseHandle(previous);
     Release();
-}
-
-void ProcessObject::Collect() noexcept {
-    if (Now() != Running) return;
-    SectionLock lock(m_section);
-    siginfo_t end{};
-    const bool collected = waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOHANG) == 0 && end.si_pid == m_process;
-    m_code = collected ? CodeOf(end) : ProcessCodeUnknown;
-    Publish(Ended);
 }
 
 uint32_t ProcessObject::CodeOf(const siginfo_t& end) const noexcept {
@@ -190,6 +225,7 @@ void ProcessObject::EndWatchers() noexcept {
         }
         ThreadKill(first->m_watcher, 0);
         CloseHandle(first->m_watcher);
+        first->Collect();
         first->Release();
     }
     WaitForHandle(s_last, Infinite);
