@@ -51,6 +51,13 @@ TEST(ZvFilter, DefaultSupports) {
     }
 }
 
+TEST(ZvFilter, IsMadeFromBracesAndFromItsSupport) {
+    const struct { const char* name; ZvBoxFilter filter; } row = {"box", {}};
+    const ZvTriangleFilter wide = 2.0f;
+    EXPECT_EQ(row.filter.support(), 0.5f);
+    EXPECT_EQ(wide.support(), 2.0f);
+}
+
 TEST(ZvFilter, SupportsAreTheComputedOnes) {
     for (const Json& c : Group("resample", "support"))
         WithFilter(c["filter"], nullptr, [&](const ZvFilter& filter) { EXPECT_EQ(filter.support(), Scalar<float>(c["support"])) << c["name"]; });

@@ -128,6 +128,11 @@ TEST(ZvImageFiles, UnreadablePathLeavesAnEmptyImage) {
     const ZvImage$ image = new ZvImage("/no/such/folder/picture.png");
     EXPECT_EQ(image->GetBaseAddress(), nullptr);
     EXPECT_EQ(image->GetWidth(), 0);
+    const Folder folder;
+    std::filesystem::create_directory(folder / "picture.png");
+    const ZvImage$ directory = new ZvImage((folder / "picture.png").c_str());
+    EXPECT_EQ(directory->GetBaseAddress(), nullptr);
+    EXPECT_FALSE(directory->Load((folder / "picture.png").c_str()));
 }
 
 TEST(ZvImageFiles, FileThatNoCodecRecognisesIsTold) {

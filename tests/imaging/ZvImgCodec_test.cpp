@@ -168,6 +168,7 @@ TEST(ZvCodecRegister, PutsTheTypeAtTheHead) {
     EXPECT_EQ(second.next, &first);
     EXPECT_EQ(first.next, before);
     static_assert(std::is_empty_v<ZvCodecRegister>);
+    static_assert(std::is_convertible_v<ZvCodecType*, ZvCodecRegister>);
 }
 
 TEST(ZvCodecRegister, RaisesTheGreatestLength) {

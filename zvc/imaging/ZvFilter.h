@@ -11,7 +11,7 @@
 class ZV_API ZvFilter {
 public:
     /// Half-width in pixels: of the source when enlarging, of the result when shrinking.
-    explicit ZvFilter(float support) : m_support(support) {}
+    ZvFilter(float support) : m_support(support) {}
     ZvFilter(const ZvFilter&) = default;
     ZvFilter(ZvFilter&&) = default;
     ZvFilter& operator=(const ZvFilter&) = default;
@@ -29,7 +29,7 @@ private:
 #define ZV_DETAIL_FILTER(X, Support)                      \
     class ZV_API X : public ZvFilter {                    \
     public:                                               \
-        explicit X(float support = Support) : ZvFilter(support) {} \
+        X(float support = Support) : ZvFilter(support) {} \
         float func(float x) const override;               \
     };
 

@@ -1,8 +1,8 @@
 #include "zvc/imaging/ZvImage.h"
 
-#include "zvc/core/ZvSystem.h"
 #include "zvc/imaging/ZvImgCodec.h"
 #include "zvc/imaging/ZvPixels.h"
+#include "zvc/platform/File.h"
 #include "zvc/serialization/ZvCoder.h"
 #include "zvc/serialization/ZvCoderException.h"
 #include "zvc/serialization/ZvRun.h"
@@ -214,7 +214,9 @@ HBITMAP ZvImage::GetHBITMAP() const {
 
 ZvImage::Loaded ZvImage::LoadFile(const char* path) {
     ZvStream$ stream = new ZvStdFILEStream(path, "rb");
-    return stream->Fail() ? Loaded::NotOpened : LoadStream(stream, ExtensionOf(path));
+    // A directory is no file, although some systems open it.
+    if (stream->Fail() || zvc::platform::PathIsDirectory(path)) return Loaded::NotOpened;
+    return LoadStream(stream, ExtensionOf(path));
 }
 
 ZvImage::Loaded ZvImage::LoadStream(ZvStream$& stream, const char* extension) {

@@ -37,7 +37,7 @@ struct ZV_API ZvCodecType {
 
 /// Enters a type at the head of the registry, for good. A plug-in has one as a static object for each of its types.
 struct ZV_API ZvCodecRegister {
-    explicit ZvCodecRegister(ZvCodecType* type);
+    ZvCodecRegister(ZvCodecType* type);
 };
 
 /// A codec at work on one stream: reads or writes one image file. The library knows no file format itself; codecs come with
