@@ -5,6 +5,7 @@
 #include "Cases.h"
 
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -51,6 +52,16 @@ private:
     unsigned int m_v;
     const std::string m_name;
     const bool m_isEqual;
+};
+
+/// An object that does something at its end.
+class LastWord : public ZvObject {
+public:
+    explicit LastWord(std::function<void()> word) : m_word(std::move(word)) {}
+    ~LastWord() override { m_word(); }
+
+private:
+    const std::function<void()> m_word;
 };
 
 /// The names in the order of enumeration; "~" for null.

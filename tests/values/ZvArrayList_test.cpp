@@ -177,6 +177,41 @@ TEST(ZvArrayList, ClearAndRemovalsKeepTheCapacity) {
     EXPECT_EQ(list->Capacity(), 19u);
 }
 
+TEST(ZvArrayList, EndOfAnElementThatLeavesMayUseTheList) {
+    const std::function<void(ZvArrayList&)> removals[] = {
+        [](ZvArrayList& l) { l.RemoveAt(1); },
+        [](ZvArrayList& l) { l.Remove(1, 2); },
+        [](ZvArrayList& l) { l.Remove(l[1]); },
+        [](ZvArrayList& l) { l.Resize(1); },
+        [](ZvArrayList& l) { l.Clear(); },
+        [](ZvArrayList& l) { l = ZvArrayList(); },
+    };
+    for (const auto& removal : removals) {
+        ZvArrayList list;
+        size_t seen = 99;
+        const ZvObject$ stays = Number(1);
+        list.Add(stays);
+        list.Add(new LastWord([&] {
+            seen = list.Count();
+            EXPECT_EQ(list.IndexOf(stays), seen == 0 ? ~size_t(0) : 0u);
+            for (int i = 0; i != 20; ++i) list.Add(stays);               // the storage moves
+        }));
+        removal(list);
+        EXPECT_LE(seen, 1u);
+        EXPECT_EQ(list.Count(), seen + 20);
+        for (const ZvObject$& e : Elements(list)) EXPECT_EQ(e, stays);
+    }
+}
+
+TEST(ZvArrayList, AssignmentKeepsTheCapacityThatIsEnough) {
+    ZvArrayList$ target = ListOf(Numbers(14));
+    *target = *ListOf(Numbers(3));
+    EXPECT_EQ(target->Count(), 3u);
+    EXPECT_EQ(target->Capacity(), 19u);
+    *target = *ListOf(Numbers(21));
+    EXPECT_EQ(target->Count(), 21u);
+}
+
 TEST(ZvArrayList, ReserveTakesExactlyThatMuchOrNothing) {
     ZvArrayList list;
     list.Reserve(17);

@@ -7,6 +7,7 @@
 #include "support/Collections.h"
 
 #include <functional>
+#include <limits>
 
 namespace {
 
@@ -41,6 +42,17 @@ TEST(ZvDictionary, IndexMakesAnEntryWithANullValue) {
     EXPECT_EQ(d.Count(), 1u);
     EXPECT_TRUE(d.Contains(Text("a")));
     EXPECT_EQ(&d[Text("a")], &d[Text("a")]);
+}
+
+TEST(ZvDictionary, IndexGivesTheEntryThatFindGives) {
+    // Numbers of one bucket, each of which is equal to a box that is not a number.
+    const ZvObject$ nan = new ZvPrimitive<double>(std::numeric_limits<double>::quiet_NaN());
+    ZvDictionary dictionary;
+    for (double number : {6.5, 10.0, 10.5}) dictionary.Add(new ZvPrimitive<double>(number), nullptr);
+    dictionary[nan] = Number(1);
+    EXPECT_EQ(dictionary.Count(), 3u);
+    EXPECT_TRUE(Number(1)->Equals(dictionary.Find(nan).Get()));
+    EXPECT_TRUE(Number(1)->Equals(dictionary.Find(new ZvPrimitive<double>(10.5)).Get()));
 }
 
 TEST(ZvDictionary, FindGivesNullForAbsentAndForNullValueAndContainsTellsThemApart) {

@@ -157,6 +157,17 @@ TEST(ZvHashTable, LookupThatIsNotConfirmedFailsAtOnce) {
     EXPECT_EQ(RecordingKey::Calls(), "hp 9=p p=9");
 }
 
+TEST(ZvHashTable, IndexAsksAsALookupDoesAndThenAsAnInsertion) {
+    ZvDictionary dictionary;
+    for (unsigned int v : {1u, 9u, 17u}) dictionary.Add(Key(v), nullptr);                // 17 9 1
+    RecordingKey::Calls();
+    dictionary[new RecordingKey(9, "p")];
+    EXPECT_EQ(RecordingKey::Calls(), "hp 17=p 9=p p=9");
+    dictionary[new RecordingKey(9, "q", false)];
+    EXPECT_EQ(RecordingKey::Calls(), "hq 17=q 9=q q=9 q=1 q=9 q=17");
+    EXPECT_EQ(Names(dictionary.GetEnumerator()), "q 17 9 1");
+}
+
 TEST(ZvHashTable, RemovalAsksAsALookupDoes) {
     const ZvHashSet$ set = SetOf({1, 9, 17, 2});
     set->Remove(new RecordingKey(9, "p"));

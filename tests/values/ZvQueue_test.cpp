@@ -101,6 +101,19 @@ TYPED_TEST(ZvDeque, ClearLetsTheElementsGo) {
     EXPECT_EQ(a->ReferenceCount(), 1);
 }
 
+TYPED_TEST(ZvDeque, EndOfAnElementThatLeavesMayUseTheCollection) {
+    const auto c = this->Of({}), two = this->Of({Number(1), Number(2)});
+    int ends = 0;
+    const auto add = [&] { TypeParam::Put(*c, new LastWord([&] { ends += c->Count() == 0 || c->Count() == 2 ? 1 : 100; })); };
+    for (int i = 0; i != 3; ++i) add();
+    c->Clear();
+    EXPECT_EQ(ends, 3);
+    for (int i = 0; i != 3; ++i) add();
+    *c = *two;
+    EXPECT_EQ(ends, 6);
+    EXPECT_EQ(c->Count(), 2u);
+}
+
 TYPED_TEST(ZvDeque, ToStringIsALineForEachElementInEnumerationOrder) {
     EXPECT_STREQ(this->Of({})->ToString()->CStr(), "");
     EXPECT_STREQ(this->Of({Number(7), new ZvString("text"), Number(9)})->ToString()->CStr(), "[0]7\n[1]ZvString\n[2]9\n");

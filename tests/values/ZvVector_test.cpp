@@ -1,5 +1,6 @@
 #include "zvc/values/ZvVector.h"
 
+#include "tests/support/ShortMemory.h"
 #include "tests/values/EncodedBytes.h"
 #include "zvc/core/ZvException.h"
 #include "zvc/core/ZvSystem.h"
@@ -142,6 +143,20 @@ TEST(ZvVector, AssignmentKeepsABufferThatIsLargeEnough) {
     EXPECT_EQ(target.Capacity(), 6u);
     target = Ints();
     EXPECT_EQ(target.Count(), 0u);
+}
+
+TEST(ZvVector, AssignmentThatFindsNoMemoryLeavesTheVectorAsItWas) {
+    if (!MemoryCanRunShort) GTEST_SKIP() << "the allocator does not give null";
+    Ints v = Counting(3);
+    const Ints large((64 << 20) / sizeof(int), 7);      // no arena has that in store
+    EXPECT_TRUE(HoldsWithShortMemory([&] {
+        try {
+            v = large;
+        } catch (const ZvBadAllocException&) {
+            return Text(v) == "0 1 2 ";
+        }
+        return false;
+    }));
 }
 
 TEST(ZvVector, AssignmentToItselfDoesNothing) {

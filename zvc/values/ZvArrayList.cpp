@@ -4,6 +4,7 @@
 #include "zvc/values/ZvSequence.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 ZV_DEFINE_CLASS(ZvArrayList, (ZvObject, ZvIList), .codec = true, .create = &Create)
@@ -14,7 +15,11 @@ ZvArrayList::ZvArrayList(const ZvArrayList& other) : ZvObject(other), ZvIList(ot
 ZvArrayList::~ZvArrayList() = default;
 
 ZvArrayList& ZvArrayList::operator=(const ZvArrayList& other) {
-    m_items = other.m_items;
+    if (this == &other) return *this;
+    std::vector<ZvObject$> items;                 // the capacity stays, or becomes what is needed
+    items.reserve(std::max(m_items.capacity(), other.m_items.size()));
+    items.assign(other.m_items.begin(), other.m_items.end());
+    m_items.swap(items);
     return *this;
 }
 
@@ -25,9 +30,21 @@ void ZvArrayList::MakeRoom(size_t count) {
     m_items.reserve(std::max(count, m_items.capacity() + m_items.capacity() / 2));
 }
 
+// What leaves the list ends only when the list is whole again: the end of an object may use the list that held it.
+void ZvArrayList::TakeOut(size_t first, size_t last) {
+    const auto from = m_items.begin() + static_cast<std::ptrdiff_t>(first), to = m_items.begin() + static_cast<std::ptrdiff_t>(last);
+    const std::vector<ZvObject$> taken(std::make_move_iterator(from), std::make_move_iterator(to));
+    m_items.erase(from, to);
+}
+
 void ZvArrayList::Clear() {
     ZvLock lock(this);
-    m_items.clear();
+    std::vector<ZvObject$> items;
+    items.swap(m_items);
+    items.clear();
+    if (m_items.capacity() >= items.capacity()) return;
+    items.assign(std::make_move_iterator(m_items.begin()), std::make_move_iterator(m_items.end()));
+    m_items.swap(items);                          // the capacity stays
 }
 
 bool ZvArrayList::Contains(ZvObject$ const& value) const {
@@ -63,8 +80,7 @@ void ZvArrayList::Insert(size_t index, ZvObject$ const& value) {
 
 void ZvArrayList::Remove(size_t first, size_t last) {
     ZvLock lock(this);
-    if (first == last) return;                    // wherever that is
-    m_items.erase(m_items.begin() + static_cast<std::ptrdiff_t>(first), m_items.begin() + static_cast<std::ptrdiff_t>(last));
+    if (first != last) TakeOut(first, last);      // an empty range may lie anywhere
 }
 
 void ZvArrayList::Remove(ZvObject$ const& value) {
@@ -75,6 +91,7 @@ void ZvArrayList::Remove(ZvObject$ const& value) {
 
 void ZvArrayList::RemoveAt(size_t index) {
     ZvLock lock(this);
+    const ZvObject$ taken = std::move(m_items[index]);
     m_items.erase(m_items.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
@@ -84,6 +101,7 @@ void ZvArrayList::Reserve(size_t count) {
 }
 
 void ZvArrayList::Resize(size_t count) {
+    if (count < m_items.size()) return TakeOut(count, m_items.size());
     MakeRoom(count);
     m_items.resize(count);
 }

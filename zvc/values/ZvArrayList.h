@@ -56,6 +56,7 @@ public:
 
 private:
     void MakeRoom(size_t count);
+    void TakeOut(size_t first, size_t last);
 
     std::vector<ZvObject$> m_items;
 };

@@ -35,10 +35,7 @@ void ZvDictionary::Clear() {
 
 bool ZvDictionary::Contains(ZvObject$ const& key) const { return m_table.Find(key) != nullptr; }
 
-ZvObject$& ZvDictionary::operator[](ZvObject$ const& key) {
-    bool inserted;
-    return m_table.Insert(key, ZvObject$(), inserted)->value;
-}
+ZvObject$& ZvDictionary::operator[](ZvObject$ const& key) { return m_table.EntryOf(key)->value; }
 
 ZvObject$ ZvDictionary::Find(ZvObject$ const& key) const {
     const HashTable::Node* node = m_table.Find(key);
@@ -63,8 +60,7 @@ ZvICollection$ ZvDictionary::Values() {
 
 void ZvDictionary::Add(ZvObject$ const& key, ZvObject$ const& value) {
     ZvLock lock(this);
-    bool inserted;
-    m_table.Insert(key, value, inserted);         // an entry that is there stays as it was: meant so
+    m_table.Insert(key, value);                   // an entry that is there stays as it was: meant so
 }
 
 void ZvDictionary::Remove(ZvObject$ const& key) {

@@ -35,8 +35,7 @@ bool ZvHashSet::Contains(ZvObject$ const& value) const {
 
 void ZvHashSet::Add(ZvObject$ const& value) {
     ZvLock lock(this);
-    bool inserted;
-    m_table.Insert(value, ZvObject$(), inserted);
+    m_table.Insert(value, ZvObject$());
 }
 
 void ZvHashSet::Remove(ZvObject$ const& value) {

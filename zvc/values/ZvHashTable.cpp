@@ -86,8 +86,7 @@ HashTable& HashTable::operator=(const HashTable& other) {
         m_runs.assign(other.Buckets(), Run());
         for (const Link* at = other.First(); at != other.End(); at = at->next) {
             const auto* node = static_cast<const Node*>(at);
-            bool inserted;
-            Insert(node->key, node->value, inserted);
+            Insert(node->key, node->value);
         }
     } catch (...) {
         Clear();
@@ -187,12 +186,20 @@ void HashTable::Remove(Node* node, uint32_t number) {
     m_nodes.Destroy(node);
 }
 
-HashTable::Node* HashTable::Insert(const ZvObject$& key, const ZvObject$& value, bool& inserted) {
+void HashTable::Insert(const ZvObject$& key, const ZvObject$& value) {
     const Probe probe = ProbeFor(key.Get());
-    Node* entry = InTheWay(probe);
-    inserted = entry == nullptr;
-    if (!inserted) return entry;
-    entry = m_nodes.Make(key, value, probe);
+    if (InTheWay(probe) == nullptr) Enter(key, value, probe);
+}
+
+HashTable::Node* HashTable::EntryOf(const ZvObject$& key) {
+    const Probe probe = ProbeFor(key.Get());
+    Node* entry = FindIn(probe);
+    if (entry == nullptr && !(probe.isPlain && m_askedCount == 0)) entry = InTheWay(probe);
+    return entry != nullptr ? entry : Enter(key, ZvObject$(), probe);
+}
+
+HashTable::Node* HashTable::Enter(const ZvObject$& key, const ZvObject$& value, const Probe& probe) {
+    Node* entry = m_nodes.Make(key, value, probe);
     Put(entry, probe.number);
     ++m_count;
     if (!probe.isPlain) ++m_askedCount;

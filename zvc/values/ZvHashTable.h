@@ -61,8 +61,10 @@ public:
         }
         return nullptr;
     }
-    /// The entry of key, and whether it was made now with the value.
-    Node* Insert(const ZvObject$& key, const ZvObject$& value, bool& inserted);
+    /// Makes an entry. One that is there already stays as it is.
+    void Insert(const ZvObject$& key, const ZvObject$& value);
+    /// The entry that Find gives; without one, what Insert leaves there for key and a null value.
+    Node* EntryOf(const ZvObject$& key);
     bool Erase(const ZvObject$& key);
     void Clear();
 
@@ -112,6 +114,7 @@ private:
     size_t BucketOf(uint32_t number) const { return number & (m_runs.size() - 1); }
     Node* FindIn(const Probe& probe) const;
     Node* InTheWay(const Probe& probe) const;
+    Node* Enter(const ZvObject$& key, const ZvObject$& value, const Probe& probe);
     void Put(Node* node, uint32_t number);
     void TakeOut(Node* node, uint32_t number);
     void Remove(Node* node, uint32_t number);

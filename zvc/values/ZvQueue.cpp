@@ -12,7 +12,8 @@ ZvQueue::ZvQueue(const ZvQueue& other) : ZvObject(other), ZvICollection(other), 
 ZvQueue::~ZvQueue() = default;
 
 ZvQueue& ZvQueue::operator=(const ZvQueue& other) {
-    m_items = other.m_items;
+    std::deque<ZvObject$> items = other.m_items;
+    m_items.swap(items);                          // what was here ends when the new elements are in: its end may use them
     return *this;
 }
 
@@ -36,7 +37,8 @@ ZvObject$ ZvQueue::Peek() const {
 
 void ZvQueue::Clear() {
     ZvLock lock(this);
-    m_items.clear();
+    std::deque<ZvObject$> items;
+    m_items.swap(items);
 }
 
 bool ZvQueue::Contains(ZvObject$ const& value) const {

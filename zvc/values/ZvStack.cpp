@@ -12,7 +12,8 @@ ZvStack::ZvStack(const ZvStack& other) : ZvObject(other), ZvICollection(other), 
 ZvStack::~ZvStack() = default;
 
 ZvStack& ZvStack::operator=(const ZvStack& other) {
-    m_items = other.m_items;
+    std::deque<ZvObject$> items = other.m_items;
+    m_items.swap(items);                          // what was here ends when the new elements are in: its end may use them
     return *this;
 }
 
@@ -35,7 +36,8 @@ ZvObject$ ZvStack::Peek() const {
 
 void ZvStack::Clear() {
     ZvLock lock(this);
-    m_items.clear();
+    std::deque<ZvObject$> items;
+    m_items.swap(items);
 }
 
 bool ZvStack::Contains(ZvObject$ const& value) const {

@@ -74,8 +74,7 @@ template <class T> ZvVector<T>::~ZvVector() { ZvSystem::Free(first); }
 template <class T>
 ZvVector<T>& ZvVector<T>::operator=(const ZvVector& other) {
     if (this == &other) return *this;
-    last = first;                                    // nothing to move where the buffer must be replaced
-    Reserve(other.Count());
+    if (other.Count() > Capacity()) return *this = ZvVector(other);
     CopyElements(first, other.first, other.Count());
     last = first + other.Count();
     return *this;
