@@ -69,6 +69,39 @@ TEST(ZvMonitor, RecursiveHolderKeepsTheLockWhileItWaits) {
     EXPECT_TRUE(entered);
 }
 
+TEST(ZvMonitor, RecursiveHolderIsGrantedWhileItKeepsTheLock) {
+    bool granted = false;
+    for (int pause : {30, 300, 3000}) {                            // until the waiter sleeps when the notification comes
+        ZvMonitor m;
+        std::atomic<bool> ready{false}, entered{false};
+        std::thread waiter([&] {
+            m.Lock();
+            m.Lock();
+            ready = true;
+            granted = m.Wait(10000);
+            EXPECT_FALSE(entered);
+            m.Unlock();
+            m.Unlock();
+        });
+        while (!ready) std::this_thread::yield();
+        std::thread other([&] {
+            m.Lock();
+            entered = true;
+            m.Unlock();
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+        m.Notify();
+        waiter.join();
+        other.join();
+        if (!granted) continue;
+        m.Lock();                                                  // a monitor like any other again
+        EXPECT_FALSE(m.Wait(0));
+        m.Unlock();
+        break;
+    }
+    EXPECT_TRUE(granted);
+}
+
 TEST(ZvMonitor, NoWakeUpIsLostAndNoneIsTooMany) {
     ZvMonitor m;
     int tokens = 0, taken = 0;

@@ -3,6 +3,7 @@
 #include "support/Slots.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <cstring>
@@ -42,6 +43,40 @@ TEST(ZvObject, LastHandleDisposesOnceAndThenDestroys) {
         Traced$ b = a;
     }
     EXPECT_EQ(s_trace, "dispose of MoreTraced;end of MoreTraced;end of Traced;");
+}
+
+namespace {
+
+class Link : public ZvObject {
+public:
+    ~Link() override { ++s_ended; }
+    ZvObject$ m_next;
+    static int s_ended;
+};
+int Link::s_ended = 0;
+
+}
+
+TEST(ZvObject, ChainOfAnyLengthEndsOnAShortStack) {
+    constexpr int length = 2000000;
+    ZvObject$ head;
+    for (int i = 0; i < length; ++i) {
+        auto* link = new Link;
+        link->m_next = head;
+        head = link;
+    }
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+    pthread_t thread{};
+    const auto letGo = [](void* handle) -> void* {
+        *static_cast<ZvObject$*>(handle) = nullptr;
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, letGo, &head), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    EXPECT_EQ(Link::s_ended, length);
 }
 
 TEST(ZvObject, ReleaseNotDeleteLeavesALiveObjectOfCountZero) {

@@ -65,6 +65,18 @@ TEST(ZvPlugin, LoadingBringsItsClassesIntoTheRegistry) {
     EXPECT_EQ(plugin->ReferenceCount(), 0);
 }
 
+TEST(ZvPlugin, ModuleWithoutAClassIsInTheTableFromItsLoadOn) {
+    EXPECT_EQ(ZvSystem::FindModule("plug_bare"), nullptr);
+    void* module = zvc::platform::LoadModule("plug_bare");
+    ASSERT_NE(module, nullptr);
+    EXPECT_NE(ZvSystem::FindModule("plug_bare"), nullptr);
+    zvc::platform::FreeModule(module);
+    EXPECT_EQ(ZvSystem::FindModule("plug_bare"), nullptr);
+    ZvPlugin* plugin = ZvSystem::LoadPlugin(Text("plug_bare"));
+    EXPECT_EQ(*plugin->GetName(), "plug_bare");
+    EXPECT_EQ(plugin->EnumerateTypes(nullptr)->Count(), 0u);
+}
+
 TEST(ZvPlugin, IsLoadedOnceUnderItsName) {
     ZvPlugin* plugin = Gadgets();
     EXPECT_EQ(Gadgets(), plugin);

@@ -190,6 +190,15 @@ TEST(ZvType, CopyIsDerivedFromItselfAndItsBasesAndNotFromItsSource) {
 }
 
 // What these compile is their own, and goes with them.
+TEST(ZvType, BaseAddedByHandBeforeTheFirstQuestionIsForgotten) {
+    ZvBase bases[] = {ZvBase(&ZvObject::s_type, 0), ZvBase()};
+    ZvType t("class ByHand", sizeof(ZvObject), 1, nullptr, bases, nullptr, nullptr, nullptr, false, typeid(int), nullptr, 1);
+    ZvBase other(&ZvArrayList::s_type, 64);
+    t.CompileBaseOffset(other, 0);
+    EXPECT_EQ(t.CalcOffset(&ZvSuper::s_type), 0u);
+    EXPECT_EQ(t.CalcOffset(&ZvIList::s_type), ZvNoOffset);
+}
+
 TEST(ZvType, EmptyDescriptorsCompileToNothing) {
     ZvType empty, named(ZvString$(new ZvString("Nobody")));
     for (ZvType* t : {&empty, &named}) {

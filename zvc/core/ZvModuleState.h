@@ -34,11 +34,13 @@ struct ZV_API ZvModuleState {
 /// one is a link error that names this function. It is hidden, so that no module takes another's.
 ZV_HIDDEN ZvModuleState* ZvThisModule();
 
-/// Stands once in a module's sources: its name (a literal), and the functions called after load and before unload.
+/// Stands once in a module's sources: its name (a literal), and the functions called after load and before unload. The
+/// record comes up with the module's statics, ahead of its descriptors; a module without a class has one all the same.
 #define ZV_MODULE(moduleName, initFunction, termFunction)                              \
     ZvModuleState* ZvThisModule() {                                                    \
         static ZvModuleState s_module(moduleName, initFunction, termFunction);         \
         return &s_module;                                                              \
     }                                                                                  \
+    [[maybe_unused]] static ZvModuleState* const s_zvModuleFromStart = ZvThisModule(); \
     extern "C" ZV_EXPORT ZvModuleState* ExportModuleState();                           \
     extern "C" ZV_EXPORT ZvModuleState* ExportModuleState() { return ZvThisModule(); }

@@ -1,10 +1,13 @@
 #include "zvc/core/ZvMonitor.h"
 
+#include <atomic>
+
 struct ZvMonitor::WaitRecord {
     zvc::platform::Semaphore semaphore;           // one token for each grant
     zvc::platform::CriticalSection guard;
     unsigned int waiters = 0;                     // threads inside Wait that no notification has been granted to
     unsigned int granted = 0;                     // notifications that no waiter has taken yet
+    std::atomic<bool> keptAsleep{false};          // the lock's owner is a waiter that held it twice
 };
 
 ZvMonitor::ZvMonitor() = default;
@@ -14,8 +17,14 @@ ZvMonitor::~ZvMonitor() { delete m_record; }
 
 ZvMonitor::WaitRecord* ZvMonitor::EnsureRecord() {
     zvc::platform::SectionLock lock(m_lock);
-    if (m_record == nullptr) m_record = new WaitRecord;
+    if (m_record == nullptr) std::atomic_ref(m_record).store(new WaitRecord, std::memory_order_release);
     return m_record;
+}
+
+// Who waits with the lock kept can be granted by others alone, and they must not wait for the lock then.
+ZvMonitor::WaitRecord* ZvMonitor::RecordToGrant() {
+    WaitRecord* r = std::atomic_ref(m_record).load(std::memory_order_acquire);
+    return r != nullptr && r->keptAsleep.load(std::memory_order_acquire) ? r : EnsureRecord();
 }
 
 bool ZvMonitor::Wait(unsigned int timeout) {
@@ -24,6 +33,8 @@ bool ZvMonitor::Wait(unsigned int timeout) {
     ++r->waiters;
     r->guard.Leave();
     m_lock.Leave();                               // once: a caller that holds the lock twice keeps it during the wait
+    const bool kept = m_lock.IsMine();
+    if (kept) r->keptAsleep.store(true, std::memory_order_release);
 
     bool signalled = r->semaphore.Wait(timeout);
     r->guard.Enter();
@@ -31,6 +42,7 @@ bool ZvMonitor::Wait(unsigned int timeout) {
         if (!signalled) {
             --r->waiters;
             r->guard.Leave();
+            if (kept) r->keptAsleep.store(false, std::memory_order_release);
             m_lock.Enter();
             return false;
         }
@@ -42,12 +54,13 @@ bool ZvMonitor::Wait(unsigned int timeout) {
     }
     --r->granted;                                 // a grant that is there beats a time-out
     r->guard.Leave();
+    if (kept) r->keptAsleep.store(false, std::memory_order_release);
     m_lock.Enter();
     return true;
 }
 
 void ZvMonitor::Grant(bool all) {
-    WaitRecord* r = EnsureRecord();
+    WaitRecord* r = RecordToGrant();
     r->guard.Enter();
     const unsigned int n = all ? r->waiters : (r->waiters != 0 ? 1u : 0u);
     r->granted += n;

@@ -27,13 +27,15 @@ public:
     /// True if a notification was taken, false after timeout milliseconds; 0xFFFFFFFF waits without limit.
     bool Wait(unsigned int timeout);
 
-    /// Grant one waiter, or all of them. Neither needs the caller to hold the lock.
+    /// Grant one waiter, or all of them. Neither needs the caller to hold the lock; both enter it for a moment, so that no
+    /// notification falls between what a thread looks at and its Wait. A waiter that keeps the lock is granted all the same.
     void Notify() { Grant(false); }
     void NotifyAll() { Grant(true); }
 
 private:
     struct WaitRecord;
     WaitRecord* EnsureRecord();
+    WaitRecord* RecordToGrant();
     void Grant(bool all);
 
     WaitRecord* m_record = nullptr;

@@ -112,14 +112,16 @@ void ZvObject::Destroy() noexcept {
     ++t_endDepth;
     OnDispose();
     delete this;
-    --t_endDepth;
-    while (t_endDepth == 0 && t_waiting != nullptr) {
+    // Still one deep, so that the end of one that waited never takes the others from inside.
+    while (t_endDepth == 1 && t_waiting != nullptr) {
         Waiting* waiting = t_waiting;
         ZvObject* object = waiting->object;
         t_waiting = waiting->next;
         std::free(waiting);
-        object->Destroy();
+        object->OnDispose();
+        delete object;
     }
+    --t_endDepth;
 }
 
 ZvDictionary$ ZvObject::GetFieldValues() const { return GetType()->GetFieldValues(this); }

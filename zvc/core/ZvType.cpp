@@ -162,6 +162,10 @@ void ZvType::Compile() {
 void ZvType::CompileBaseOffset(ZvBase& base, size_t offset) {
     ZvBase* bases = base.type->m_bases;
     if (bases == nullptr) return;
+    if (m_offsets == nullptr) {
+        m_offsets = new OffsetMap;
+        m_ownsOffsets = true;
+    }
     for (ZvBase* c = bases; c->type != nullptr; ++c) m_offsets->Add(c->type, c->offset + base.offset + offset);
     for (ZvBase* c = bases; c->type != nullptr; ++c) CompileBaseOffset(*c, offset + base.offset);
 }

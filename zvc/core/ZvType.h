@@ -117,7 +117,8 @@ public:
     bool IsDerivedFrom(const ZvType* t) const { return CalcOffset(t) != ZvNoOffset; }
 
     /// Fill the map of ancestors: direct bases first, then depth first; an entry never changes once set, so that a base
-    /// reached twice keeps the offset of the object branch.
+    /// reached twice keeps the offset of the object branch. The first CalcOffset does it; what is added by hand is gone then,
+    /// and behind it is not looked at.
     void Compile();
     void CompileBaseOffset(ZvBase& base, size_t offset);
 

@@ -42,6 +42,9 @@ struct ZV_API CriticalSection {
         return owner == 0 && __atomic_compare_exchange_n(&m_owner, &owner, me, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED);
     }
 
+    /// Whether the calling thread is in the section.
+    bool IsMine() const noexcept { return __atomic_load_n(&m_owner, __ATOMIC_RELAXED) == ThreadIdentity(); }
+
     void Leave() noexcept {
         if (m_depth != 0) {
             --m_depth;
