@@ -566,3 +566,32 @@ TEST(ZvStdIOZipStream, DamageStopsACoder) {
         EXPECT_EQ(e.cause, 1);
     }
 }
+
+TEST(ZvStdIOZipStream, RaisesNothingOnAStreamThatWasToldTo) {
+    const std::string content = Noise(50000);
+    std::stringstream s;
+    s.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
+    {
+        const Owned zip = Writer(s);
+        EXPECT_EQ(Put(*zip, content), 50000);
+    }
+    {
+        const Owned zip = Reader(s);                     // comes to the end of the wrapped stream, and goes back from there
+        EXPECT_EQ(TakeAll(*zip), content);
+        zip->Seekg(40000, ZvStream::Begin);
+        EXPECT_EQ(TakeAll(*zip), content.substr(40000));
+        EXPECT_FALSE(zip->Fail());
+    }
+    {
+        std::stringstream gone;
+        gone.setstate(std::ios::badbit);
+        try {
+            gone.exceptions(std::ios::badbit);
+        } catch (const std::ios::failure&) {
+        }
+        const Owned zip = Writer(gone);
+        EXPECT_TRUE(zip->Fail());
+        Put(*zip, content);
+        zip->Flush();
+    }
+}

@@ -6,6 +6,7 @@
 #include "support/Temporary.h"
 #include "zvc/platform/File.h"
 
+#include <functional>
 #include <sstream>
 
 namespace {
@@ -271,5 +272,61 @@ TEST(ZvStdIOStream, FailFollowsTheState) {
         wrapped.clear(state);
         EXPECT_EQ(stream.Fail(), fails);
         EXPECT_EQ(stream.Fail(), fails);
+    }
+}
+
+namespace {
+
+/// Raises where bytes should move.
+class Thrower : public std::streambuf {
+    int_type overflow(int_type) override { throw 1; }
+    int_type underflow() override { throw 2; }
+    int sync() override { throw 3; }
+};
+
+constexpr auto AllBits = std::ios::badbit | std::ios::failbit | std::ios::eofbit;
+
+}
+
+TEST(ZvStdIOStream, RaisesNothingOnAStreamThatWasToldTo) {
+    std::stringstream wrapped("ab");
+    wrapped.exceptions(AllBits);
+    char text[5] = {};
+    {
+        ZvStdIOStream stream(wrapped);
+        EXPECT_EQ(stream.Read(text, 5), -1);
+        EXPECT_STREQ(text, "ab");
+        EXPECT_TRUE(stream.Fail());
+        EXPECT_EQ(stream.Tellg(), -1);
+        EXPECT_EQ(stream.Tellp(), -1);
+        EXPECT_EQ(stream.Write("c", 1), 0);
+        stream.Seekg(0, ZvStream::Begin);
+        stream.Seekp(0, ZvStream::Begin);
+        stream.Flush();
+        EXPECT_TRUE(stream.Fail());
+    }
+    EXPECT_EQ(wrapped.exceptions(), AllBits);            // as its owner left it
+    wrapped.clear();
+    EXPECT_EQ(wrapped.str(), "ab");
+}
+
+TEST(ZvStdIOStream, RaisesNothingThatTheBufferRaises) {
+    Thrower buffer;
+    char byte = 0;
+    const std::function<void(ZvStream&)> operations[] = {
+        [&](ZvStream& s) { s.Write(&byte, 1); },
+        [&](ZvStream& s) { s.Read(&byte, 1); },
+        [](ZvStream& s) { s.Flush(); },
+        [](ZvStream&) {},
+    };
+    for (const auto& operation : operations) {
+        std::iostream wrapped(&buffer);
+        wrapped.exceptions(AllBits);
+        {
+            ZvStdIOStream stream(wrapped);
+            operation(stream);
+        }
+        EXPECT_TRUE(wrapped.bad());                      // by the flush at the end, if not before
+        EXPECT_EQ(wrapped.exceptions(), AllBits);
     }
 }

@@ -1,6 +1,7 @@
 #include "zvc/serialization/ZvStdIOZipStream.h"
 
 #include "zvc/serialization/ZvGzip.h"
+#include "zvc/serialization/ZvQuietStream.h"
 
 #include <iostream>
 
@@ -11,22 +12,30 @@ ZV_DEFINE_CLASS(ZvStdIOZipStream, (ZvIStdIOZipStream))
 
 namespace {
 
+using zvc::detail::QuietStream;
+
 class StdIOPort final : public zvc::detail::GzipPort {
 public:
     explicit StdIOPort(std::basic_iostream<char>& stream) : m_stream(stream) {}
     // What was taken is what the position says: a stream that cannot tell its position takes nothing.
     size_t Write(const void* data, size_t size) override {
+        const QuietStream quiet(m_stream);
         const auto before = m_stream.tellp();
         m_stream.write(static_cast<const char*>(data), static_cast<std::streamsize>(size));
         return static_cast<size_t>(m_stream.tellp() - before);
     }
     size_t Read(void* data, size_t size) override {
+        const QuietStream quiet(m_stream);
         m_stream.read(static_cast<char*>(data), static_cast<std::streamsize>(size));
         return static_cast<size_t>(m_stream.gcount());
     }
     bool ReadFailed() const override { return m_stream.bad(); }
-    long long Position() override { return m_stream.tellg(); }
+    long long Position() override {
+        const QuietStream quiet(m_stream);
+        return m_stream.tellg();
+    }
     bool Seek(long long position) override {
+        const QuietStream quiet(m_stream);
         m_stream.clear(m_stream.rdstate() & std::ios_base::badbit);      // a block that came short has set the others
         m_stream.seekg(position);
         const bool done = !m_stream.fail();
