@@ -7,6 +7,7 @@
 #include "zvc/values/ZvVoid.h"
 
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <sstream>
@@ -132,7 +133,7 @@ template <class T> ZvPrimitive<T>::ZvPrimitive() : value(DefaultOf<T>()) {}
 
 template <class T>
 ZvObject* ZvPrimitive<T>::CreateInstance() {
-    void* block = std::malloc(sizeof(ZvPrimitive));
+    void* block = std::malloc(sizeof(ZvPrimitive));                // the class's own new would raise
     return block != nullptr ? new (block) ZvPrimitive : nullptr;
 }
 
