@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <csignal>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -87,6 +88,31 @@ TEST(StackBounds, MainThreadsStackCountsAsFarAsItMayGrow) {
 TEST(StackBounds, LimitKeepsAReserve) {
     EXPECT_GT(StackLimit(), StackLowest());
     EXPECT_LE(StackLimit() - StackLowest(), 64u * 1024);
+}
+
+// A program may run on stacks of its own, below the thread's: here that of a signal's handler.
+TEST(StackBounds, StackOfTheProgramsOwnIsNotLow) {
+    static char room[256 * 1024];
+    static volatile bool handled, below, low;
+    if (reinterpret_cast<uintptr_t>(&room[0]) >= StackLowest()) GTEST_SKIP() << "the stack has no limit";
+    stack_t own{}, before{};
+    own.ss_sp = room;
+    own.ss_size = sizeof room;
+    ASSERT_EQ(sigaltstack(&own, &before), 0);
+    struct sigaction action {}, earlier {};
+    action.sa_handler = [](int) {
+        below = reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < StackLowest();
+        low = StackIsLow();
+        handled = true;
+    };
+    action.sa_flags = SA_ONSTACK;
+    ASSERT_EQ(sigaction(SIGUSR2, &action, &earlier), 0);
+    raise(SIGUSR2);
+    sigaction(SIGUSR2, &earlier, nullptr);
+    sigaltstack(&before, nullptr);
+    ASSERT_TRUE(handled);
+    EXPECT_TRUE(below);
+    EXPECT_FALSE(low);
 }
 
 TEST(StackBounds, EachThreadHasItsOwn) {

@@ -1,4 +1,5 @@
-// What the binary coder leaves in a stream that is almost full, and what it makes of a stream that has failed before.
+// What the binary coder leaves in a stream that is almost full, and what it makes of one that ends too early or has failed
+// before.
 
 #include "support/Graph.h"
 #include "support/OtherStream.h"
@@ -196,6 +197,55 @@ TEST(CoderStreams, LongRunsAreReadFromAStreamThatTellsNoPosition) {
     EXPECT_EQ(again[count - 1], count - 1);
     in->Read(stream, read);
     EXPECT_TRUE(read->Equals(list.Get()));
+}
+
+// ---- a stream that ends too early ------------------------------------------------------------------------------------------
+
+// A character stream loses its position as it fails: its count says nothing of the bytes that it put.
+TEST(CoderStreams, CutNumberKeepsTheBytesThatCame) {
+    char area[16] = {};
+    ZvStream$ stream = new ZvStrStream(area, sizeof area, 3);
+    stream->Write(static_cast<const void*>("\xa3\x01\x02"), 3);
+    int value = -1;
+    Coder(0)->Read(stream, value);
+    EXPECT_EQ(value, 0x0201);
+    EXPECT_TRUE(stream->Fail());
+}
+
+TEST(CoderStreams, CutStringKeepsTheBytesThatCame) {
+    char area[16] = {};
+    ZvStream$ stream = new ZvStrStream(area, sizeof area, 3);
+    stream->Write(static_cast<const void*>("\x98\x20" "abc"), 5);
+    ZvString text("before");
+    Coder(0)->Read(stream, text);
+    EXPECT_STREQ(text.CStr(), "abc");
+}
+
+// Its failure is that of its last transfer, and the transfer of an empty block is one.
+TEST(CoderStreams, EmptyBlockEndsAFailureOfBefore) {
+    class Sticky : public OtherStream {
+    public:
+        using OtherStream::OtherStream;
+        long long Read(void* data, long long count) override {
+            const long long got = OtherStream::Read(data, count);
+            m_failed = got < count;
+            return got;
+        }
+        bool Fail() const override { return m_failed; }
+        bool CanRead() const override { return true; }
+
+    private:
+        bool m_failed = false;
+    };
+    ZvStream$ stream = new Sticky("\xa3\x01");
+    ZvBinaryCoder$ coder = Coder(0);
+    unsigned int cut = 0;
+    coder->Read(stream, cut);
+    ASSERT_TRUE(stream->Fail());
+    char untouched = 'x';
+    coder->Read(stream, static_cast<void*>(&untouched), 0);
+    EXPECT_FALSE(stream->Fail());
+    EXPECT_EQ(untouched, 'x');
 }
 
 // ---- objects that nobody holds -------------------------------------------------------------------------------------------

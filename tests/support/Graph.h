@@ -41,6 +41,9 @@ public:
         return o;
     }
 
+    /// The label stands for an object from elsewhere.
+    void Name(const std::string& label, const ZvObject$& object) { m_labels[label] = object; }
+
 private:
     ZvObject$ Label(const Json& j, const ZvObject$& o) {
         m_all.push_back(o);

@@ -14,7 +14,11 @@ ZV_API uintptr_t StackLowest() noexcept;
 /// for what is still to be called (64 KiB, or a quarter of a small stack).
 ZV_API uintptr_t StackLimit() noexcept;
 
-/// True when the caller stands in the reserve at the end of its thread's stack. Any thread, any stack size.
-inline bool StackIsLow() noexcept { return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < StackLimit(); }
+/// True when the caller stands in the reserve at the end of its thread's stack. Any thread, any stack size. Of a stack that
+/// the program has made and switched to nothing is known: there the answer is false.
+inline bool StackIsLow() noexcept {
+    const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+    return here < StackLimit() && here >= StackLowest();
+}
 
 }

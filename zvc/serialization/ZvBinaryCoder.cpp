@@ -79,10 +79,13 @@ bool ZvBinaryCoder::TakeHere(ZvStream$& stream, void* data, size_t size) {
 }
 
 // From the stream itself. Reads on until everything is there or the stream gives nothing more: one read of a pipe may bring
-// less than was asked for. A stream may tell of its failure once: failed keeps that for who reports it.
+// less than was asked for. A stream may tell of its failure once: failed keeps that for who reports it. A stream that counts
+// by its position has none any more when it fails, and yet has put what it had: a short piece keeps that.
 size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size, bool* failed) {
     if (size == 0) return 0;
+    constexpr size_t Short = 4096;
     auto* bytes = static_cast<unsigned char*>(data);
+    if (size <= Short) std::memset(bytes, 0, size);
     size_t done = 0;
     while (done < size) {
         const long long got = stream->Read(bytes + done, static_cast<long long>(size - done));
@@ -94,7 +97,7 @@ size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size, bool
         }
     }
     m_taken += done;
-    std::memset(bytes + done, 0, size - done);
+    if (size > Short) std::memset(bytes + done, 0, size - done);
     return done;
 }
 
@@ -261,6 +264,8 @@ void ZvBinaryCoder::Read(ZvStream$& stream, void* data, unsigned long long size)
     if (TakeHere(stream, data, size)) {
         failed = m_in.Failed();
     } else {
+        unsigned char nowhere;
+        if (size == 0) stream->Read(&nowhere, 0);        // this transfer may fail, or end the failure of another
         TakeThere(stream, data, size, &failed);
         failed = failed || stream->Fail();
     }

@@ -10,8 +10,8 @@ public:
     /// Plain numbers, not flags.
     enum Causes : int {
         StreamFailed = 1,            ///< the stream reported a failure; no field list for a field-driven type
-        NotWritable = 2,             ///< the stream cannot be written
-        NotReadable = 4,             ///< the stream cannot be read
+        NotWritable = 2,             ///< the stream cannot be written; from the reader of raw blocks, that it cannot be read
+        NotReadable = 4,             ///< the stream cannot be read; from writers of 64-bit integers and floats, that it cannot be written
         UnknownReference = 5,        ///< a back reference to an id that is not there
         TypeUnavailable = 6,         ///< no type, no module, or an object cannot be built
         BadTag = 8                   ///< a tag that the operation does not accept
