@@ -204,6 +204,25 @@ TEST(ZvThread, ThreadIdIsTheThreadsOwn) {
     EXPECT_NE(own, zvc::platform::CurrentThreadId());
 }
 
+TEST(ZvThread, RoutineFindsItsThreadAliveAndNumbered) {
+    for (int i = 0; i != 1000; ++i) {                 // nothing holds the thread back while its creator is still at the start
+        ZvThread* thread = nullptr;
+        bool alive = false;
+        unsigned long own = 0, told = 0;
+        zvc::Delegate<void()> routine([&] {
+            told = thread->GetThreadID();
+            alive = thread->IsAlive();
+            own = zvc::platform::CurrentThreadId();
+        });
+        ZvThread started(routine);
+        thread = &started;
+        started.Start();
+        started.Join();
+        ASSERT_TRUE(alive);
+        ASSERT_EQ(told, own);
+    }
+}
+
 TEST(ZvThread, IsAliveWhileItRunsWithTheExitCodeOfARunningThread) {
     Counter counter;
     auto routine = counter.Routine();

@@ -188,6 +188,14 @@ TEST(ZvSharePrimArray, CreationOverAnExistingNameWritesOverIt) {
     EXPECT_EQ(third[1], 6.0);
 }
 
+TEST(ZvSharePrimArray, CreationFromElementsOfTheVeryBlockMovesThem) {
+    double values[5000];
+    for (int i = 0; i != 5000; ++i) values[i] = i;
+    Doubles first(OwnText("moved"), 5000, values);
+    Doubles second(OwnText("moved"), 4000, &first[1000]);
+    for (int i = 0; i != 5000; ++i) ASSERT_EQ(first[i], i < 4000 ? i + 1000 : i);
+}
+
 TEST(ZvSharePrimArray, CountOfZeroRaises) {
     EXPECT_EQ(Raised([] { Doubles(OwnText("none"), 0, nullptr); }), Refused(EINVAL));
     EXPECT_EQ(Raised([] { Doubles(OwnText("none"), ZvPrimArray<double>()); }), Refused(EINVAL));

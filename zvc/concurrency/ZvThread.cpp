@@ -50,13 +50,13 @@ uint32_t ZvThread::start_with_parameter(void* self) {
     return 0;
 }
 
-// Deliberately without a look at an earlier start, whose handle is overwritten and never closed.
+// Deliberately without a look at an earlier start, whose handle is overwritten and never closed. All fields are written before
+// the routine begins, which may ask for them, and change the flag by suspending itself.
 bool ZvThread::Begin(uint32_t (*entry)(void*)) {
-    uint32_t id = 0;
-    m_handle = ThreadCreate(entry, this, &id);
-    if (m_handle != nullptr) m_threadID = id;
-    m_running = m_handle != nullptr;
-    return m_running;
+    m_running = true;
+    if (ThreadCreate(entry, this, &m_threadID, &m_handle) != nullptr) return true;
+    m_running = false;
+    return false;
 }
 
 bool ZvThread::Start() { return m_routine ? Begin(&base_start_routine) : m_running; }

@@ -85,7 +85,7 @@ private:
     bool Begin(uint32_t (*entry)(void*));
 
     void* m_handle = nullptr;
-    unsigned long m_threadID = 0;
+    uint32_t m_threadID = 0;
     zvc::Delegate<void()> m_routine;
     zvc::Delegate<void(ZvObject$&)> m_parameterRoutine;
     ZvObject$ m_parameter;

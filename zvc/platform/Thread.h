@@ -26,11 +26,12 @@ enum ThreadPriorityValue : int {
     ThreadPriorityError = 0x7FFFFFFF         ///< what ThreadGetPriority answers for a handle that is no thread's
 };
 
-/// Starts a thread with the system's default stack and answers its handle, null on failure; id, when not null, takes the
-/// thread's number. Works while the loader holds its lock. The thread goes on when the handle is closed. Waiting for its
+/// Starts a thread with the system's default stack and answers its handle, null on failure. handle, when not null, takes the
+/// same, and id, when not null, the thread's number, both before the entry begins, which so finds them; on failure the number
+/// is left as it was. Works while the loader holds its lock. The thread goes on when the handle is closed. Waiting for its
 /// end with WaitForHandle, and closing the handle after its end, return when the kernel's thread is gone as well, so that
 /// the code it ran may be unmapped.
-ZV_API Handle ThreadCreate(ThreadEntry entry, void* argument, uint32_t* id) noexcept;
+ZV_API Handle ThreadCreate(ThreadEntry entry, void* argument, uint32_t* id, Handle* handle = nullptr) noexcept;
 
 /// Reads the exit code, ThreadStillActive while the thread runs. False for a handle that is no thread's.
 ZV_API bool ThreadExitCode(Handle thread, uint32_t* code) noexcept;

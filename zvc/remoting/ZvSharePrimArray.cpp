@@ -4,9 +4,9 @@
 #include "zvc/core/ZvElementName.h"
 #include "zvc/platform/SharedMemory.h"
 #include "zvc/serialization/ZvCoder.h"
-#include "zvc/values/ZvElementBuffer.h"
 #include "zvc/values/ZvString.h"
 
+#include <cstring>
 #include <utility>
 
 namespace platform = zvc::platform;
@@ -77,7 +77,7 @@ void ZvSharePrimArray<T>::Create(unsigned long long newCount, const T* source) {
     m_mapping = view.mapping;
     this->data = static_cast<T*>(view.data);
     this->count = newCount;
-    if (source != nullptr) zvc::detail::CopyElements(this->data, source, newCount);
+    if (source != nullptr) std::memmove(this->data, source, newCount * sizeof(T));     // the source can lie in that block
 }
 
 // A heap buffer beside the shared handle: meant so.

@@ -115,8 +115,9 @@ void ThreadObject::Signal() noexcept {
     pthread_sigqueue(m_thread, ControlSignal(), value);
 }
 
-bool ThreadObject::Start() noexcept {
+bool ThreadObject::Start(uint32_t* id) noexcept {
     InstallHandler();
+    m_creatorsId = id;
     m_process = getpid();
     if (pthread_create(&m_thread, nullptr, &Main, this) != 0) return false;
     while (__atomic_load_n(&m_id, __ATOMIC_ACQUIRE) == 0) FutexWait(&m_id, 0);
@@ -139,6 +140,7 @@ void* ThreadObject::Main(void* record) {
     pthread_sigmask(SIG_UNBLOCK, &control, nullptr);
     const uint32_t id = CurrentThreadId();
     if (__atomic_load_n(&s_nicenessUsed, __ATOMIC_RELAXED)) self->ApplyPriority(id);   // the creator's was inherited
+    if (self->m_creatorsId != nullptr) *self->m_creatorsId = id;
     __atomic_store_n(&self->m_id, id, __ATOMIC_RELEASE);
     FutexWake(&self->m_id);
     self->m_hook = __atomic_load_n(&s_hook, __ATOMIC_ACQUIRE);
@@ -339,19 +341,21 @@ void ThreadObject::ApplyPriority(uint32_t id) noexcept {
     setpriority(PRIO_PROCESS, id, own + niceness);
 }
 
-Handle ThreadCreate(ThreadEntry entry, void* argument, uint32_t* id) noexcept {
+Handle ThreadCreate(ThreadEntry entry, void* argument, uint32_t* id, Handle* handle) noexcept {
     Region region;
+    Handle own;
+    if (handle == nullptr) handle = &own;
+    *handle = nullptr;
     auto* thread = new (std::nothrow) ThreadObject(entry, argument);
     if (thread == nullptr) return nullptr;
-    const Handle handle = EnterObject(thread);
-    if (handle == nullptr || !thread->Start()) {
-        thread->Discard();
-        if (handle == nullptr) thread->Release();
-        else CloseHandle(handle);
-        return nullptr;
-    }
-    if (id != nullptr) *id = thread->Id();
-    return handle;
+    const Handle made = EnterObject(thread);
+    *handle = made;
+    if (made != nullptr && thread->Start(id)) return made;
+    *handle = nullptr;
+    thread->Discard();
+    if (made == nullptr) thread->Release();
+    else CloseHandle(made);
+    return nullptr;
 }
 
 bool ThreadExitCode(Handle handle, uint32_t* code) noexcept {

@@ -30,9 +30,8 @@ public:
         : Object(ObjectKind::Thread, 2), m_entry(entry), m_argument(argument) {}
     static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::Thread; }
 
-    bool Start() noexcept;
+    bool Start(uint32_t* id) noexcept;
     void Discard() noexcept;
-    uint32_t Id() const noexcept { return m_id; }
     uint32_t ExitCode() const noexcept;
     bool Kill(uint32_t code) noexcept;
     uint32_t Suspend() noexcept;
@@ -65,6 +64,7 @@ private:
     uint32_t m_control = 0;                   // futex: count of suspensions, generation of the first of them, kill
     uint32_t m_seen = 0;                      // futex: the generation that the thread has seen last; top bit: it ended
     uint32_t m_id = 0;                        // futex: published by the thread
+    uint32_t* m_creatorsId = nullptr;         // where the creator wants it, who waits until it stands there
     uint32_t m_code = ThreadStillActive;
     uint32_t m_killCode = 0;
     int m_priority = ThreadPriorityNormal;
