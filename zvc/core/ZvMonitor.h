@@ -28,7 +28,7 @@ public:
     bool Wait(unsigned int timeout);
 
     /// Grant one waiter, or all of them. Neither needs the caller to hold the lock; both enter it for a moment, so that no
-    /// notification falls between what a thread looks at and its Wait. A waiter that keeps the lock is granted all the same.
+    /// notification falls between what a thread looks at and its Wait. A waiter that sleeps with the lock kept is granted without.
     void Notify() { Grant(false); }
     void NotifyAll() { Grant(true); }
 

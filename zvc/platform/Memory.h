@@ -14,7 +14,8 @@ ZV_API void* LargeAllocate(size_t size) noexcept;
 /// Gives such memory back; size is what was asked for. Null is fine.
 ZV_API void LargeFree(void* memory, size_t size) noexcept;
 
-/// Large pages, where the system has them, for a block of any allocator. A wish: it changes no content and never fails. Blocks below a few megabytes stay as they are.
+/// Large pages, where the system has them, for a block of any allocator. A wish: it changes no content and never fails. Blocks
+/// below a few megabytes stay as they are.
 ZV_API void PreferLargePages(void* memory, size_t size) noexcept;
 
 /// The allocator of a container whose memory is such a table once it is large.

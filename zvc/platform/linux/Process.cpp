@@ -39,6 +39,7 @@ class ProcessObject;
 CriticalSection s_section;                              // of the list
 ProcessObject* s_first = nullptr;                       // all whose watchers have work
 Handle s_last = nullptr;                                // the watcher that was done last: it may be on its way out still
+uint32_t s_unloading = 0;                               // futex: 1 once nobody can wait for a child any more
 
 /// How long a dead child stays in the system's table for a host that waits for it by its number, in milliseconds.
 constexpr uint32_t TimeToCollect = 2000;
@@ -143,7 +144,10 @@ void ProcessObject::AwaitEnd() noexcept {
     do failed = waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOWAIT);
     while (failed != 0 && errno == EINTR);
     Tell(failed == 0 ? &end : nullptr);
-    if (m_dead) SleepFor(TimeToCollect);
+    timespec at;
+    const timespec* const limit = Deadline(TimeToCollect, at);
+    while (m_dead && __atomic_load_n(&s_unloading, __ATOMIC_ACQUIRE) == 0)
+        if (FutexWait(&s_unloading, 0, limit) < 0 && errno == ETIMEDOUT) break;
 }
 
 // Without an end somebody else has collected it.
@@ -214,7 +218,10 @@ int ProcessObject::EndDescriptor() noexcept {
     return Now() == Ended ? eventfd(1, EFD_CLOEXEC) : static_cast<int>(syscall(SYS_pidfd_open, m_process, 0));
 }
 
+// Those whose children live on are ended, the others go by themselves.
 void ProcessObject::EndWatchers() noexcept {
+    __atomic_store_n(&s_unloading, 1u, __ATOMIC_RELEASE);
+    FutexWake(&s_unloading);
     for (;;) {
         ProcessObject* first;
         {
@@ -223,7 +230,8 @@ void ProcessObject::EndWatchers() noexcept {
             if (first == nullptr) break;
             s_first = first->m_next;
         }
-        ThreadKill(first->m_watcher, 0);
+        if (first->Now() != Ended) ThreadKill(first->m_watcher, 0);
+        WaitForHandle(first->m_watcher, Infinite);
         CloseHandle(first->m_watcher);
         first->Collect();
         first->Release();
