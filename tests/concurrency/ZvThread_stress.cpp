@@ -27,7 +27,7 @@ struct Worker {
 }
 
 TEST(ZvThreadStress, ThreadsStartedAndKilledAtAnyMoment) {
-    SKIP_WHERE_THREADS_CANNOT_BE_KILLED();
+    SKIP_WHERE_WAITING_THREADS_CANNOT_BE_KILLED();
     for (int n = 0; n < 300; ++n) {
         Worker worker;
         ASSERT_TRUE(worker.thread.Start());
@@ -63,7 +63,7 @@ TEST(ZvThreadStress, SuspendedThreadsStandStillUntilTheyAreResumed) {
 }
 
 TEST(ZvThreadStress, RoutinesThatEndWhileTheyAreSuspendedOrKilled) {
-    SKIP_WHERE_THREADS_CANNOT_BE_KILLED();
+    SKIP_WHERE_WAITING_THREADS_CANNOT_BE_KILLED();
     for (int n = 0; n < 500; ++n) {
         std::atomic<bool> ran{false};
         zvc::Delegate<void()> routine([&] { ran = true; });

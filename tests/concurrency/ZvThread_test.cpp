@@ -1,7 +1,7 @@
 #include <zvc/zvc.h>
 
-#include "support/Killing.h"
 #include "support/Program.h"
+#include "support/Sanitizers.h"
 #include "zvc/platform/Thread.h"
 
 #include <gtest/gtest.h>
@@ -309,7 +309,6 @@ TEST(ZvThread, SuspendIsTrueWhateverTheKernelAnswers) {
 }
 
 TEST(ZvThread, TerminateEndsItWithExitCodeOneAndWithoutUnwinding) {
-    SKIP_WHERE_THREADS_CANNOT_BE_KILLED();
     Counter counter;
     auto routine = counter.Routine();
     ZvThread thread(routine);
@@ -324,7 +323,6 @@ TEST(ZvThread, TerminateEndsItWithExitCodeOneAndWithoutUnwinding) {
 }
 
 TEST(ZvThread, TerminateOfASuspendedOne) {
-    SKIP_WHERE_THREADS_CANNOT_BE_KILLED();
     Counter counter;
     auto routine = counter.Routine();
     ZvThread thread(routine);
@@ -336,7 +334,6 @@ TEST(ZvThread, TerminateOfASuspendedOne) {
 }
 
 TEST(ZvThread, DestructionWhileItRunsKillsItWithExitCodeOne) {
-    SKIP_WHERE_THREADS_CANNOT_BE_KILLED();
     // The handle goes with the object: the exit code is seen by who looks all the time, though not each time.
     for (uint32_t last = 259; last == 259;) {
         Counter counter;
@@ -440,7 +437,8 @@ TEST(ZvThread, SleepTakesAtLeastItsTimeAndYieldReturns) {
 }
 
 TEST(ZvThread, StartAnswersFalseWhenTheSystemHasNoThreadToGive) {
-    if (ZVC_ADDRESS_SANITIZER || ZVC_THREAD_SANITIZER) GTEST_SKIP() << "the sanitizer ends the program when it has no memory for a thread's record";
+    if (ZVC_ADDRESS_SANITIZER || ZVC_THREAD_SANITIZER)
+        GTEST_SKIP() << "the sanitizer ends the program when it has no memory for a thread's record";
     const Outcome outcome = RunProgram(BesideTests("concurrency_cases") + " no_thread");
     EXPECT_EQ(outcome.output, "start 0 handle 0 kept 1 flag 0 alive 0\n");
     EXPECT_EQ(outcome.code, 0);

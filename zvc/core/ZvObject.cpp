@@ -98,6 +98,15 @@ constexpr unsigned int DeepestEnd = 100;
 thread_local unsigned int t_endDepth __attribute__((tls_model("initial-exec"))) = 0;
 thread_local Waiting* t_waiting __attribute__((tls_model("initial-exec"))) = nullptr;
 
+ZvObject* NextWaiting() noexcept {
+    Waiting* const waiting = t_waiting;
+    if (waiting == nullptr) return nullptr;
+    ZvObject* const object = waiting->object;
+    t_waiting = waiting->next;
+    std::free(waiting);
+    return object;
+}
+
 }
 
 // An exception of OnDispose ends here, whether a handle or a plain Release let the object go.
@@ -110,14 +119,8 @@ void ZvObject::Destroy() noexcept {
         }
     }
     ++t_endDepth;
-    OnDispose();
-    delete this;
-    // Still one deep, so that the end of one that waited never takes the others from inside.
-    while (t_endDepth == 1 && t_waiting != nullptr) {
-        Waiting* waiting = t_waiting;
-        ZvObject* object = waiting->object;
-        t_waiting = waiting->next;
-        std::free(waiting);
+    // The outermost end takes those that waited, one deep itself: the end of one of them never takes the others from inside.
+    for (ZvObject* object = this; object != nullptr; object = t_endDepth == 1 ? NextWaiting() : nullptr) {
         object->OnDispose();
         delete object;
     }

@@ -4,8 +4,8 @@
 
 #include <iosfwd>
 
-/// A stream on any standard-library stream, which is not owned: the destructor flushes it. Nothing
-/// raises, even where that stream was told to raise exceptions: what it would have raised shows in its state, and in Fail.
+/// A stream on any standard-library stream, which is not owned: the destructor flushes it. Nothing raises, even where that stream
+/// was told to raise exceptions: what it would have raised shows in its state, and in Fail.
 class ZV_API ZvStdIOStream : public ZvStream {
     ZV_DECLARE_CLASS(ZvStdIOStream)
 public:
