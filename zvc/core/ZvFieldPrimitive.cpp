@@ -18,12 +18,13 @@ constexpr ZvValueType KindOf = std::is_same_v<T, zvcolor> ? ZvVtVec3f : zvc::det
 
 template <class T>
 ZvObject$ BoxOf(const T* member) {
-    ZvObject$ object = ZvPrimitive<T>::CreateInstance();
-    auto* box = static_cast<ZvPrimitive<T>*>(object.Get());
+    void* block = std::malloc(sizeof(ZvPrimitive<T>));             // the class's own new would raise
+    if (block == nullptr) return nullptr;
     // The box of an interface takes no value of its own kind, and stays empty.
-    if constexpr (zvc::detail::KindNumber<T> != ZvVtInterface)
-        if (box != nullptr) box->value = *member;
-    return object;
+    if constexpr (zvc::detail::KindNumber<T> == ZvVtInterface)
+        return new (block) ZvPrimitive<T>;
+    else
+        return new (block) ZvPrimitive<T>(*member);
 }
 
 /// The value when it has as many elements, else null.

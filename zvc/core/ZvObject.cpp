@@ -24,7 +24,6 @@ ZvType ZvInterface::s_type("class ZvInterface", sizeof(ZvInterface), ZvInterface
 ZvType ZvType::s_type("class ZvType", sizeof(ZvType), ZvType::GetBaseArray(), typeid(ZvType), ZvThisModule(),
                       {.spec = ZvType::SpecClass | ZvType::SpecMarshalByRef});
 
-ZvSuper::~ZvSuper() = default;
 ZvType* ZvSuper::GetType() const { return &s_type; }
 bool ZvSuper::IsKindOf(const ZvType* t) const { return GetType()->CalcOffset(t) != ZvNoOffset; }
 
@@ -62,19 +61,6 @@ void ReleaseInterface(ZvInterface* p) { p->Release(); }
 }
 
 uint32_t ZvObject::s_serial = 0;
-
-// Deliberately no atomic increment: a diagnostic number is not worth a locked bus. The accesses themselves are atomic,
-// so that two threads may meet here.
-uint32_t ZvObject::TakeSerial() noexcept {
-    std::atomic_ref<uint32_t> serial(s_serial);
-    const uint32_t taken = serial.load(std::memory_order_relaxed);
-    serial.store(taken + 1, std::memory_order_relaxed);
-    return taken;
-}
-
-ZvObject::ZvObject() noexcept : m_serial(TakeSerial()) {}
-ZvObject::ZvObject(const ZvObject&) noexcept : ZvObject() {}
-ZvObject::~ZvObject() { delete m_monitor.load(std::memory_order_acquire); }
 
 ZvType* ZvObject::GetType() const { return &s_type; }
 size_t ZvObject::GetHashCode() const { return reinterpret_cast<uintptr_t>(this) >> 4; }
@@ -130,7 +116,6 @@ void ZvObject::Destroy() noexcept {
 ZvDictionary$ ZvObject::GetFieldValues() const { return GetType()->GetFieldValues(this); }
 
 void* ZvObject::operator new(size_t size) { return ZvSystem::Malloc(size); }
-void* ZvObject::operator new(size_t, void* place) noexcept { return place; }
 void ZvObject::operator delete(void* block) { ZvSystem::Free(block); }
 void ZvObject::operator delete(void*, size_t) {}
 void ZvObject::operator delete(void*, void*) noexcept {}

@@ -21,9 +21,9 @@ class ZvString$;
 /// is made when it is first needed, so that an object that is never locked pays one pointer for it.
 class ZV_API ZvObject : public ZvSuper {
 public:
-    ZvObject() noexcept;
-    ZvObject(const ZvObject&) noexcept;
-    ~ZvObject() override;
+    ZvObject() noexcept : m_serial(TakeSerial()) {}
+    ZvObject(const ZvObject&) noexcept : ZvObject() {}
+    ~ZvObject() override { delete m_monitor.load(std::memory_order_acquire); }
 
     ZvType* GetType() const override;
 
@@ -82,7 +82,7 @@ public:
 
     /// Memory of the system's allocator: exhaustion raises ZvBadAllocException, the result is never null.
     static void* operator new(size_t size);
-    static void* operator new(size_t size, void* place) noexcept;
+    static void* operator new(size_t, void* place) noexcept { return place; }
     static void operator delete(void* block);
     /// Does nothing: it only stands beside the placement form.
     static void operator delete(void* block, size_t size);
@@ -104,7 +104,14 @@ protected:
     static unsigned int FindFileVersion(ZvCoder* coder, ZvType* type);
 
 private:
-    static uint32_t TakeSerial() noexcept;
+    // Deliberately no atomic increment: a diagnostic number is not worth a locked bus. The accesses themselves are atomic,
+    // so that two threads may meet here.
+    static uint32_t TakeSerial() noexcept {
+        std::atomic_ref<uint32_t> serial(s_serial);
+        const uint32_t taken = serial.load(std::memory_order_relaxed);
+        serial.store(taken + 1, std::memory_order_relaxed);
+        return taken;
+    }
     void Destroy() noexcept;
     ZvMonitor* EnsureMonitor() const {
         ZvMonitor* monitor = m_monitor.load(std::memory_order_acquire);

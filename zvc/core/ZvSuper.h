@@ -25,7 +25,7 @@ inline constexpr size_t ZvNoOffset = ~size_t(0);
 /// It has no data and no bases of its own.
 class ZV_API ZvSuper {
 public:
-    virtual ~ZvSuper();
+    virtual ~ZvSuper() = default;
 
     /// The descriptor of the object's most derived reflected class. Never null.
     virtual ZvType* GetType() const;

@@ -210,7 +210,7 @@ void ZvType::BuildTable() {
     m_tableMask = slots - 1;
 }
 
-ZvDictionary* ZvType::FieldCache() const {
+inline ZvDictionary* ZvType::FieldCache() const {
     ZvDictionary* const cache = m_fieldCache.load(std::memory_order_acquire);
     return cache != nullptr ? cache : SetFirst(m_fieldCache, BuildFieldCache());
 }

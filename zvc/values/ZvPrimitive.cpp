@@ -129,7 +129,7 @@ template <class T> ZvBase* ZvPrimitive<T>::GetBases() {
 template <class T> long ZvPrimitive<T>::ReferenceCount() const { return ZvObject::ReferenceCount(); }
 template <class T> void ZvPrimitive<T>::Retain() { ZvObject::Retain(); }
 template <class T> void ZvPrimitive<T>::Release() { ZvObject::Release(); }
-template <class T> ZvPrimitive<T>::ZvPrimitive() : value(DefaultOf<T>()) {}
+template <class T> ZvPrimitive<T>::ZvPrimitive() noexcept : value(DefaultOf<T>()) {}
 
 template <class T>
 ZvObject* ZvPrimitive<T>::CreateInstance() {

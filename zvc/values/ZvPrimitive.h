@@ -19,8 +19,8 @@ public:
     void Retain() override;
     void Release() override;
 
-    ZvPrimitive();                                    ///< 0, false, null; the identity; angle 0 about (1, 0, 0)
-    ZvPrimitive(const T& initial) : value(initial) {}
+    ZvPrimitive() noexcept;                           ///< 0, false, null; the identity; angle 0 about (1, 0, 0)
+    ZvPrimitive(const T& initial) noexcept(std::is_nothrow_copy_constructible_v<T>) : value(initial) {}
     ZvPrimitive(const ZvPrimitive& other) : ZvValue(other), value(other.value) {}
     ZvPrimitive& operator=(const ZvPrimitive& other) {
         value = other.value;
