@@ -39,12 +39,13 @@ ZV_API bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) n
 /// Writes all size bytes, or fails; *done tells how many went. A broken pipe is a failure and never a signal.
 ZV_API bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) noexcept;
 
-/// Prepares the transfers of a pipe, a socket or a terminal to be ended by FileCancel or by the end of a process. They cost
-/// a wait more from then on. False for a regular file, whose transfers do not wait, and on failure. Before the handle is used.
+/// Prepares the transfers of a pipe, a socket or a terminal to be ended by FileCancel or by the end of a process. Those that
+/// have to wait cost a wait more from then on, but for the reads of most pipes. False for a regular file, whose transfers do
+/// not wait, and on failure. Before the handle is used.
 ZV_API bool FileMakeCancellable(Handle handle) noexcept;
 
 /// Ends the transfers that wait on this handle, and all later ones, with a failure. Nothing for a handle that was not prepared.
-/// Any thread.
+/// A pipe is of no use to other readers afterwards: it may have lost bytes, and have others. Any thread.
 ZV_API void FileCancel(Handle handle) noexcept;
 
 /// From now on a read that waits on this prepared handle fails as well when the process has ended and nothing is left to be

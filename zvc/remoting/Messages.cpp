@@ -25,7 +25,7 @@ template <class Handle>
 void ReadObject(ZvStream$& stream, ZvCoder* coder, Handle& handle) {
     ZvObject$ object;
     coder->Read(stream, object);
-    handle = object;
+    handle = Handle(std::move(object));
 }
 
 }

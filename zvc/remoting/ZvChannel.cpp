@@ -18,17 +18,32 @@ ZV_CONSTRUCTORS(ZvChannel)
 namespace platform = zvc::platform;
 using zvc::detail::ReadAhead;
 
+namespace {
+
+// The state of the channel that this thread is in, if it is in one.
+thread_local const void* t_inside __attribute__((tls_model("initial-exec"))) = nullptr;
+
+}
+
 /// Stands where a thread is in the channel, so that Abandon can wait for it to leave. It holds the state: as soon as the last
-/// one is counted out the channel may be gone.
+/// one is counted out the channel may be gone. Within another one of the same channel it is nothing.
 class ZvChannel::Inside {
 public:
-    explicit Inside(const std::shared_ptr<State>& state) : m_state(state) { ++m_state->inside; }
+    explicit Inside(const std::shared_ptr<State>& state) : m_outer(t_inside) {
+        if (state.get() == m_outer) return;
+        m_state = state;
+        t_inside = m_state.get();
+        ++m_state->inside;
+    }
     ~Inside() {
+        if (!m_state) return;
+        t_inside = m_outer;
         if (--m_state->inside == 0 && m_state->ended) m_state->empty.Set();
     }
     Inside(const Inside&) = delete;
 
 private:
+    const void* const m_outer;
     std::shared_ptr<State> m_state;
 };
 
@@ -60,7 +75,8 @@ void ZvChannel::Open(unsigned int slots, const ZvStream$& input, const ZvStream$
     m_state->output = output;
     void* const pipe = zvc::detail::FileHandleOf(input.Get());
     const bool endable = pipe != nullptr && platform::FileMakeCancellable(pipe);
-    if (void* const outgoing = zvc::detail::FileHandleOf(output.Get())) platform::FileMakeCancellable(outgoing);
+    void* const outgoing = zvc::detail::FileHandleOf(output.Get());
+    m_state->flushes = outgoing == nullptr || !platform::FileMakeCancellable(outgoing);
     m_state->reader = new ReadAhead(input, endable, *m_state);
     m_state->coder = new ZvBinaryCoder(new ZvStreamingContext(ZvStreamingContext::MarshalChannel));
     m_state->coder->SetChannel(this);
@@ -108,7 +124,7 @@ void ZvChannel::Send(const ZvObject$& message) {
         // That nobody reads any more is no failure of Send: meant so. A graph without end is one.
         if (e.cause != ZvCoderException::StreamFailed || !m_state->output->Fail()) throw;
     }
-    m_state->output->Flush();
+    if (m_state->flushes) m_state->output->Flush();
 }
 
 ZvObject$ ZvChannel::Receive() {

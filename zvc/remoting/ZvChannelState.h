@@ -43,6 +43,7 @@ struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
     ZvStream$ input;
     ZvStream$ output;
     ZvStream$ reader;                                    // input, with reading ahead
+    bool flushes = true;                                 // a pipe holds nothing back
     ZvBinaryCoder$ coder;
 
     ZvChannelMailbox methods;

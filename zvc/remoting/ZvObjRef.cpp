@@ -60,12 +60,13 @@ void ZvObjRef::Decode(ZvStream$& stream, ZvCoder* coder) {
 // ---- what the floors below ask for ----------------------------------------------------------------------------------------
 
 ZvObject$ zvc::detail::ReferenceInPlaceOf(const ZvObject* object, ZvChannel* channel) {
-    if (!object->IsKindOf(&ZvMarshalByRefObject::s_type)) return ZvObject$();
     auto* real = static_cast<ZvMarshalByRefObject*>(const_cast<ZvObject*>(object));
     ZvObjRef$ reference = real->CreateObjRef();
     if (reference) reference->Attach(channel);
     return reference;
 }
+
+bool zvc::detail::GoesByReference(const ZvType* type) { return type->IsDerivedFrom(&ZvMarshalByRefObject::s_type); }
 
 bool zvc::detail::IsReference(const ZvType* type) { return type->IsDerivedFrom(&ZvObjRef::s_type); }
 

@@ -101,19 +101,12 @@ size_t ZvBinaryCoder::TakeThere(ZvStream$& stream, void* data, size_t size, bool
     return done;
 }
 
-void ZvBinaryCoder::WriteTag(ZvStream$& stream, unsigned char tag) { Put(stream, &tag, 1); }
-
-unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
+// What ReadTag does not find at hand.
+unsigned char ZvBinaryCoder::TakeTag(ZvStream$& stream) {
     if (!m_tagStack.empty()) {
         const unsigned char tag = m_tagStack.back();
         m_tagStack.pop_back();
         return tag;
-    }
-    if (m_in.IsOn(stream.Get())) {
-        if (const unsigned char* at = m_in.AtHand(1)) {
-            m_in.Advance(1);
-            return *at;
-        }
     }
     unsigned char tag = 0;               // an exhausted stream reads as 0, which is no tag
     Take(stream, &tag, 1);
@@ -143,12 +136,8 @@ void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned 
         stream->Write(&value, static_cast<long long>(bytes));
 }
 
-void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
-    PutForm(stream, firstTag, value, CalcSignificantByte(value), false);
-}
-
-// The number of that many bytes, 1 to 8.
-unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int bytes) {
+// What TakeBytes does not find at hand.
+unsigned long long ZvBinaryCoder::TakeNumber(ZvStream$& stream, unsigned int bytes) {
     unsigned long long value = 0;
     if (m_in.IsOn(stream.Get())) {
         if (const unsigned char* at = m_in.AtHand(8)) {
@@ -162,6 +151,10 @@ unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int byte
 }
 
 unsigned long long ZvBinaryCoder::TakeInteger(ZvStream$& stream, unsigned int maxBytes) {
+    if (const unsigned char* form = ShortForm(stream, TagInt)) {
+        m_in.Advance(2);
+        return form[1];
+    }
     RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::Read");
     const unsigned char tag = ReadTag(stream);
     if (tag < TagInt || tag >= TagInt + maxBytes) zvc::detail::RaiseCoder(Causes::BadTag, "ZvBinaryCoder::Read");
@@ -204,7 +197,9 @@ void ZvBinaryCoder::Write(ZvStream$& stream, short value) { Write(stream, static
 
 void ZvBinaryCoder::Write(ZvStream$& stream, unsigned int value) {
     RequireWrite(stream, Causes::NotWritable, "ZvBinaryCoder::Write");
-    PutForm(stream, TagInt, value, CalcSignificantByte(value), true);
+    if (value > 0xFF || !PutFew(stream, TagInt, value)) return PutForm(stream, TagInt, value, CalcSignificantByte(value), true);
+    m_out.NoteChecked();
+    if (m_out.Failed()) zvc::detail::RaiseCoder(Causes::StreamFailed, "ZvBinaryCoder::Write");
 }
 
 void ZvBinaryCoder::Write(ZvStream$& stream, int value) { Write(stream, static_cast<unsigned int>(value)); }

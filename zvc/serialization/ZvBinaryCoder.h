@@ -128,11 +128,14 @@ private:
     void DecodeString(ZvStream$& stream, ZvString& text);
     void WriteTag(ZvStream$& stream, unsigned char tag);
     unsigned char ReadTag(ZvStream$& stream);
+    unsigned char TakeTag(ZvStream$& stream);
+    const unsigned char* ShortForm(ZvStream$& stream, unsigned char tag);
     void PushTag(unsigned char tag);
     static unsigned int CalcSignificantByte(unsigned long long value);
 
     void EncodeType(ZvStream$& stream, const ZvType* type);
     void EncodeDefinition(ZvStream$& stream, ZvType* type, Plan& plan);
+    void EncodeReference(ZvStream$& stream, const ZvObject* object);
     void EncodeOne(ZvStream$& stream, ZvObject* object);
     void EncodeContent(ZvStream$& stream, ZvObject* object, Plan& plan, bool tracked);
     ZvType* DecodeType(ZvStream$& stream);
@@ -157,7 +160,10 @@ private:
     void PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value);
     unsigned long long TakeInteger(ZvStream$& stream, unsigned int maxBytes);
     unsigned long long TakeBytes(ZvStream$& stream, unsigned int bytes);
+    unsigned long long TakeNumber(ZvStream$& stream, unsigned int bytes);
     void Put(ZvStream$& stream, const void* data, size_t size);
+    template <class... Bytes>
+    bool PutFew(ZvStream$& stream, Bytes... bytes);
     bool PutTagged(ZvStream$& stream, unsigned char tag, unsigned long long value, unsigned int bytes);
     size_t Take(ZvStream$& stream, void* data, size_t size);
     bool TakeHere(ZvStream$& stream, void* data, size_t size);

@@ -72,6 +72,7 @@ struct ZvBinaryCoder::Plan {
     ZvType* type = nullptr;
     Kind kind = Kind::Codec;
     bool isReference = false;        // derived from ZvObjRef: learns the channel it came through
+    bool goesByReference = false;    // out of the process, where its objects wish so
     bool isType = false;             // its objects are descriptors
     long long id = 0;                // once the type has one
     bool hasFields = false;
@@ -82,23 +83,33 @@ struct ZvBinaryCoder::Plan {
 
 class ZvBinaryCoder::Plans {
 public:
+    /// Where a back reference to a type led. An id leads to one object for as long as the conversation lasts.
+    struct Reference {
+        long long id = -1;
+        ZvType* type = nullptr;
+    };
+
     Plan& Of(ZvType* type) {
         Plan*& recent = m_recent[PlaceOf(type)];
         if (recent == nullptr || recent->type != type) recent = &Look(type);
         return *recent;
     }
 
+    /// The one of this id, or one of another id, which may be replaced.
+    Reference& ReferenceOf(long long id) { return m_references[static_cast<size_t>(id) % Recent]; }
+
     Plans() = default;
     Plans(const Plans& other);
 
 private:
-    static constexpr size_t Recent = 16;          // the classes of a document are few and take turns
-    static size_t PlaceOf(const ZvType* type) { return (reinterpret_cast<uintptr_t>(type) * 0x9E3779B97F4A7C15ull) >> 60; }
+    static constexpr size_t Recent = 256;         // the classes of a document are few and take turns
+    static size_t PlaceOf(const ZvType* type) { return (reinterpret_cast<uintptr_t>(type) * 0x9E3779B97F4A7C15ull) >> 56; }
     Plan& Look(ZvType* type);
 
     std::deque<Plan> m_plans;
     std::unordered_map<const ZvType*, Plan*> m_byType;
     Plan* m_recent[Recent] = {};
+    Reference m_references[Recent];
 };
 
 // The causes of a stream that cannot be written or read differ between the operations. Programs tell them apart, so they
@@ -114,6 +125,52 @@ inline void ZvBinaryCoder::RequireRead(ZvStream$& stream, ZvCoderException::Caus
 inline void ZvBinaryCoder::Put(ZvStream$& stream, const void* data, size_t size) {
     if (m_out.IsOn(stream.Get()) && m_out.Put(data, size)) return;
     stream->Write(data, static_cast<long long>(size));
+}
+
+// What most forms are: a few bytes, into the window. False where they do not fit there.
+template <class... Bytes>
+inline bool ZvBinaryCoder::PutFew(ZvStream$& stream, Bytes... bytes) {
+    unsigned char* at = m_out.IsOn(stream.Get()) ? m_out.Room(sizeof...(bytes)) : nullptr;
+    if (at == nullptr) return false;
+    ((*at++ = static_cast<unsigned char>(bytes)), ...);
+    m_out.Advance(sizeof...(bytes));
+    return true;
+}
+
+inline void ZvBinaryCoder::WriteTag(ZvStream$& stream, unsigned char tag) {
+    if (!PutFew(stream, tag)) Put(stream, &tag, 1);
+}
+
+inline void ZvBinaryCoder::PutForm(ZvStream$& stream, unsigned char firstTag, unsigned long long value) {
+    if (value > 0xFF || !PutFew(stream, firstTag, value)) PutForm(stream, firstTag, value, CalcSignificantByte(value), false);
+}
+
+inline unsigned char ZvBinaryCoder::ReadTag(ZvStream$& stream) {
+    if (m_tagStack.empty() && m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.AtHand(1)) {
+            m_in.Advance(1);
+            return *at;
+        }
+    }
+    return TakeTag(stream);
+}
+
+// Two bytes that begin with this tag, when they are at hand: most forms are so short.
+inline const unsigned char* ZvBinaryCoder::ShortForm(ZvStream$& stream, unsigned char tag) {
+    if (!m_tagStack.empty() || !m_in.IsOn(stream.Get())) return nullptr;
+    const unsigned char* const at = m_in.AtHand(2);
+    return at != nullptr && *at == tag ? at : nullptr;
+}
+
+/// The number of that many bytes, 1 to 8.
+inline unsigned long long ZvBinaryCoder::TakeBytes(ZvStream$& stream, unsigned int bytes) {
+    if (bytes == 1 && m_in.IsOn(stream.Get())) {
+        if (const unsigned char* at = m_in.AtHand(1)) {
+            m_in.Advance(1);
+            return *at;
+        }
+    }
+    return TakeNumber(stream, bytes);
 }
 
 // A tag and that many bytes of a number, where that can be done without the stream. No byte behind them is touched: in the middle

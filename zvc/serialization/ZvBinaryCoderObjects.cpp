@@ -67,6 +67,7 @@ ZvBinaryCoder::Plan& ZvBinaryCoder::Plans::Look(ZvType* type) {
         Plan& plan = m_plans.emplace_back();
         plan.type = type;
         plan.isReference = zvc::detail::IsReference(type);
+        plan.goesByReference = zvc::detail::GoesByReference(type);
         plan.isType = type->IsDerivedFrom(&ZvType::s_type);
         if (!type->HasCodec()) plan.kind = type->IsDerivedFrom(&ZvISerializable::s_type) ? Kind::Serializable : Kind::Fields;
         found = m_byType.emplace(type, &plan).first;
@@ -111,10 +112,15 @@ void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject$& object) {
 
 // Objects stay at home when they cross the border of a process: what goes by reference is written as its reference.
 void ZvBinaryCoder::Write(ZvStream$& stream, const ZvObject* object) {
-    if ((State() & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0 && object != nullptr) {
-        if (const ZvObject$ reference = zvc::detail::ReferenceInPlaceOf(object, m_channel)) return EncodeObject(stream, reference.Get());
-    }
+    if ((State() & (ZvStreamingContext::MarshalChannel | ZvStreamingContext::MarshalOther)) != 0 && object != nullptr &&
+        m_writePlans->Of(object->GetType()).goesByReference)
+        return EncodeReference(stream, object);
     EncodeObject(stream, const_cast<ZvObject*>(object));
+}
+
+void ZvBinaryCoder::EncodeReference(ZvStream$& stream, const ZvObject* object) {
+    const ZvObject$ reference = zvc::detail::ReferenceInPlaceOf(object, m_channel);
+    EncodeObject(stream, reference ? reference.Get() : const_cast<ZvObject*>(object));
 }
 
 void ZvBinaryCoder::EncodeType(ZvStream$& stream, const ZvType* type) {
@@ -175,8 +181,10 @@ void ZvBinaryCoder::EncodeOne(ZvStream$& stream, ZvObject* object) {
     }
     Plan& plan = m_writePlans->Of(type);
     if (plan.isType) return EncodeType(stream, static_cast<ZvType*>(object));
-    WriteTag(stream, TagNewObject);
-    EncodeType(stream, type);
+    if (plan.id == 0 || plan.id > 0xFF || !PutFew(stream, TagNewObject, TagType, plan.id)) {
+        WriteTag(stream, TagNewObject);
+        EncodeType(stream, type);
+    }
     EncodeContent(stream, object, plan, tracked);
 }
 
@@ -211,12 +219,24 @@ void ZvBinaryCoder::Read(ZvStream$& stream, ZvInterface$& object) {
 }
 
 ZvType* ZvBinaryCoder::DecodeType(ZvStream$& stream) {
+    if (const unsigned char* form = ShortForm(stream, TagType)) {
+        const Plans::Reference& reference = m_readPlans->ReferenceOf(form[1]);
+        if (reference.id == form[1]) {
+            m_in.Advance(2);
+            return reference.type;
+        }
+    }
     RequireRead(stream, Causes::NotReadable, "ZvBinaryCoder::DecodeType");
     const unsigned char tag = ReadTag(stream);
     if (tag >= TagType && tag < TagObject) {
-        ZvObject* object = RegisteredObject(static_cast<long long>(TakeBytes(stream, tag - TagType + 1u)));
-        if (object == nullptr) RaiseCoder(Causes::UnknownReference, "ZvBinaryCoder::DecodeType");
-        return AsType(object);
+        const auto id = static_cast<long long>(TakeBytes(stream, tag - TagType + 1u));
+        Plans::Reference& reference = m_readPlans->ReferenceOf(id);
+        if (reference.id != id) {
+            ZvObject* object = RegisteredObject(id);
+            if (object == nullptr) RaiseCoder(Causes::UnknownReference, "ZvBinaryCoder::DecodeType");
+            reference = {id, AsType(object)};
+        }
+        return reference.type;
     }
     if (tag != TagNewType && tag != TagNewType1) RaiseCoder(Causes::BadTag, "ZvBinaryCoder::DecodeType");
     if (StackIsLow()) RaiseCoder(Causes::TypeUnavailable, "ZvBinaryCoder::DecodeType");

@@ -17,9 +17,10 @@ namespace {
 
 constexpr size_t BufferSize = 64 * 1024;
 
+// By address: each of these classes has one description, in this library. A comparison would look at the names of others.
 template <class T>
 T* Exactly(ZvStream* stream) {
-    return typeid(*stream) == typeid(T) ? static_cast<T*>(stream) : nullptr;
+    return &typeid(*stream) == &typeid(T) ? static_cast<T*>(stream) : nullptr;
 }
 
 }
@@ -27,8 +28,7 @@ T* Exactly(ZvStream* stream) {
 // A transfer on a memory stream succeeds while it ends before the end of the range: the last byte is never passed. So the
 // cursor may move up to the last byte, and whatever would go further is left to the stream.
 
-void OutputWindow::Open(ZvStream* stream) {
-    if (m_depth++ != 0) return;
+void OutputWindow::Begin(ZvStream* stream) {
     m_failed = m_checked = m_isFile = m_compresses = false;
     if (auto* memory = Exactly<ZvMemoryStream>(stream)) {
         if (memory->m_cursor >= memory->m_end) return;
@@ -65,8 +65,7 @@ void OutputWindow::OpenOn(GzipWriter* writer, ZvStream* stream) {
     m_stream = stream;
 }
 
-bool OutputWindow::Close() {
-    if (--m_depth != 0 || m_stream == nullptr) return true;
+bool OutputWindow::Finish() {
     Settle();
     if (m_isFile) static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;
     LetGo();
@@ -111,8 +110,7 @@ bool OutputWindow::PutMore(const void* data, size_t size) {
     return true;
 }
 
-void InputWindow::Open(ZvStream* stream) {
-    if (m_depth++ != 0) return;
+void InputWindow::Begin(ZvStream* stream) {
     m_isFile = false;
     if (auto* memory = Exactly<ZvMemoryStream>(stream)) {
         if (memory->m_cursor >= memory->m_end) return;
@@ -135,8 +133,7 @@ void InputWindow::Open(ZvStream* stream) {
     }
 }
 
-void InputWindow::Close() {
-    if (--m_depth != 0 || m_stream == nullptr) return;
+void InputWindow::Finish() {
     if (m_isFile) {
         Settle();
         static_cast<ZvFileStream*>(m_stream)->m_window = nullptr;

@@ -32,8 +32,10 @@ public:
 
     /// Opens on stream at the outermost call; nested calls are only counted. Close settles what is gathered; the answer is
     /// false when a transfer whose failure the coder reports has failed.
-    void Open(ZvStream* stream);
-    bool Close();
+    void Open(ZvStream* stream) {
+        if (m_depth++ == 0) Begin(stream);
+    }
+    bool Close() { return --m_depth != 0 || m_stream == nullptr || Finish(); }
 
     bool IsOn(const ZvStream* stream) const { return m_stream == stream; }
 
@@ -59,6 +61,8 @@ public:
     void NoteChecked() { m_checked = true; }
 
 private:
+    void Begin(ZvStream* stream);
+    bool Finish();
     void Settle() override;
     bool PutMore(const void* data, size_t size);
     void OpenOn(GzipWriter* writer, ZvStream* stream);
@@ -84,8 +88,12 @@ public:
     InputWindow(const InputWindow&) : FileWindow() {}
     InputWindow& operator=(const InputWindow&) { return *this; }
 
-    void Open(ZvStream* stream);
-    void Close();
+    void Open(ZvStream* stream) {
+        if (m_depth++ == 0) Begin(stream);
+    }
+    void Close() {
+        if (--m_depth == 0 && m_stream != nullptr) Finish();
+    }
 
     bool IsOn(const ZvStream* stream) const { return m_stream == stream; }
 
@@ -121,6 +129,8 @@ public:
     bool IsAhead() const { return m_ahead != nullptr; }
 
 private:
+    void Begin(ZvStream* stream);
+    void Finish();
     void Settle() override;
     const unsigned char* Fill(size_t size);
 

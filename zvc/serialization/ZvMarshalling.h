@@ -8,7 +8,10 @@ class ZvChannel;
 
 namespace zvc::detail {
 
-/// The reference that is written in place of object when it goes by reference, told its channel; null for all others.
+/// True for the classes whose objects stay at home, and reach other processes as references.
+bool GoesByReference(const ZvType* type);
+
+/// The reference that is written in place of object, which is of such a class, told its channel; null when it makes none.
 ZvObject$ ReferenceInPlaceOf(const ZvObject* object, ZvChannel* channel);
 
 /// True for the classes of references.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -38,8 +40,10 @@ public:
     }
     static bool Is(ObjectKind kind) noexcept { return kind == ObjectKind::File; }
 
-    /// Waits until there is something to be read, or the end of it. False when the transfer is to fail.
+    /// Readies a read: where another end than the pipe's own can come, it waits until there is something to be read. False
+    /// when the transfer is to fail.
     bool AwaitReadable() noexcept {
+        if (EndsByByte()) return !Cancelled();
         pollfd waits[3] = {{descriptor, POLLIN, 0}, {wake, POLLIN, 0}, {peer, POLLIN, 0}};
         while (!Cancelled()) {
             if (poll(waits, 3, -1) < 0 && errno != EINTR) return false;
@@ -57,21 +61,62 @@ public:
     bool Cancelled() const noexcept { return __atomic_load_n(&cancelled, __ATOMIC_SEQ_CST) != 0; }
     void Cancel() noexcept {
         __atomic_store_n(&cancelled, 1u, __ATOMIC_SEQ_CST);
+        if (EndsByByte()) {
+            WakeReader();
+            return;
+        }
         const uint64_t one = 1;
         [[maybe_unused]] const ssize_t written = write(wake, &one, sizeof one);      // stays readable: nobody takes it away
     }
+    /// Puts a byte into the pipe that this handle reads, for a reader that sleeps there. It finds itself cancelled.
+    void WakeReader() noexcept {
+        for (;;) {
+            const int writer = OpenWriter();
+            if (writer >= 0) {
+                [[maybe_unused]] const ssize_t written = write(writer, "", 1);      // a full pipe lets nobody sleep
+                close(writer);
+                return;
+            }
+            const int spare = __atomic_exchange_n(&wake, -1, __ATOMIC_SEQ_CST);
+            if (spare >= 0) {
+                close(spare);                                   // no number was free: now one is
+            } else {
+                const timespec moment{0, 1000000};
+                nanosleep(&moment, nullptr);
+            }
+        }
+    }
+    void MakeCancellable() noexcept {
+        if (wake < 0) wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        cancellable = wake >= 0;
+        struct stat status;
+        if (!cancellable || canWrite || fstat(descriptor, &status) != 0 || !S_ISFIFO(status.st_mode)) return;
+        const int writer = OpenWriter();                        // it may belong to another user, or there is no /proc
+        takesByte = writer >= 0;
+        if (takesByte) close(writer);
+    }
+    bool EndsByByte() const noexcept { return takesByte && peer < 0; }
 
     int descriptor;
     const bool canRead;
     const bool canWrite;
     bool isPipe = false;
     bool isRegular = false;
-    int wake = -1;                // readable once cancelled; a handle that has one never sleeps in a transfer itself
+    bool cancellable = false;     // then it never sleeps in a transfer itself, but in the read of a pipe that takes a byte
+    bool takesByte = false;       // a pipe that is only read here, and that this process can write to
+    int wake = -1;                // readable once cancelled
     int peer = -1;                // readable once the process at the other end has ended
     uint32_t cancelled = 0;
     int noWaitFlags = RWF_NOWAIT | NoSignalFlag;      // what this kernel has not refused for this file
 
 private:
+    /// The other end of this pipe. Never kept: the pipe would not end with its last writer any more.
+    int OpenWriter() const noexcept {
+        char path[32];
+        std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor);
+        return open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    }
+
     ~FileObject() override {
         for (int fd : {descriptor, wake, peer})
             if (fd >= 0) close(fd);
@@ -79,6 +124,26 @@ private:
 };
 
 using File = Use<FileObject>;
+
+// The system's calls without libc's points of cancellation around them: a remote call is short enough to feel these, and
+// nobody cancels threads here. The thread sanitizer has to see a thread wait.
+ssize_t ReadOnce(int descriptor, void* data, size_t size) noexcept {
+#ifdef __SANITIZE_THREAD__
+    return read(descriptor, data, size);
+#else
+    return syscall(SYS_read, descriptor, data, size);
+#endif
+}
+
+ssize_t WriteOnce(int descriptor, const void* data, size_t size, int flags) noexcept {
+    const iovec part{const_cast<void*>(data), size};
+    constexpr long here = -1;
+#ifdef __SANITIZE_THREAD__
+    return pwritev2(descriptor, &part, 1, here, flags);
+#else
+    return syscall(SYS_pwritev2, descriptor, &part, 1, here, 0, flags);
+#endif
+}
 
 // A descriptor that another process set to non-blocking still blocks here, as every handle does.
 bool TryAgain(int descriptor, short direction) noexcept {
@@ -120,8 +185,7 @@ private:
 ssize_t WriteWithoutWaiting(FileObject& file, const void* data, size_t size) {
     while (file.noWaitFlags != 0) {
         QuietPipe quiet(file.isPipe && (file.noWaitFlags & NoSignalFlag) == 0);
-        const iovec part{const_cast<void*>(data), size};
-        const ssize_t n = pwritev2(file.descriptor, &part, 1, -1, file.noWaitFlags);
+        const ssize_t n = WriteOnce(file.descriptor, data, size, file.noWaitFlags);
         if (n < 0 && errno == EPIPE) quiet.Broken();
         if (n >= 0 || (errno != EOPNOTSUPP && errno != EINVAL && errno != ENOSYS)) return n;
         file.noWaitFlags = file.noWaitFlags & NoSignalFlag ? RWF_NOWAIT : 0;
@@ -207,8 +271,12 @@ bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) noexcept
     File file(handle);
     if (!file || !file->canRead) return false;
     for (;;) {
-        if (file->wake >= 0 && !file->AwaitReadable()) return false;
-        const ssize_t n = read(file->descriptor, static_cast<char*>(data) + *done, size - *done);
+        if (file->cancellable && !file->AwaitReadable()) return false;
+        const ssize_t n = ReadOnce(file->descriptor, static_cast<char*>(data) + *done, size - *done);
+        if (file->EndsByByte() && file->Cancelled()) {
+            file->WakeReader();                                 // for the next one who sleeps here
+            return false;
+        }
         if (n < 0 && TryAgain(file->descriptor, POLLIN)) continue;
         if (n < 0) return false;
         *done += static_cast<uint32_t>(n);
@@ -221,7 +289,7 @@ bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) n
     *done = 0;
     File file(handle);
     if (!file || !file->canWrite) return false;
-    if (file->wake >= 0) return WriteCancellable(*file.operator->(), data, size, done);
+    if (file->cancellable) return WriteCancellable(*file.operator->(), data, size, done);
     QuietPipe quiet(file->isPipe);
     while (*done < size) {
         const ssize_t n = write(file->descriptor, static_cast<const char*>(data) + *done, size - *done);
@@ -238,19 +306,19 @@ bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) n
 bool FileMakeCancellable(Handle handle) noexcept {
     File file(handle);
     if (!file || file->isRegular) return false;
-    if (file->wake < 0) file->wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    return file->wake >= 0;
+    file->MakeCancellable();
+    return file->cancellable;
 }
 
 void FileCancel(Handle handle) noexcept {
     File file(handle);
-    if (file && file->wake >= 0) file->Cancel();
+    if (file && file->cancellable) file->Cancel();
 }
 
 bool FileEndWithProcess(Handle handle, Handle process) noexcept {
     const int descriptor = ProcessEndDescriptor(process);
     File file(handle);
-    if (file && file->wake >= 0 && file->peer < 0 && descriptor >= 0) {
+    if (file && file->cancellable && file->peer < 0 && descriptor >= 0) {
         file->peer = descriptor;
         return true;
     }
