@@ -13,6 +13,7 @@
 #include <dirent.h>
 #include <fstream>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -459,6 +460,56 @@ TEST(Cancel, EndsAReadThatWaitsAndAllLaterOnes) {
     EXPECT_EQ(done, 0u);
     EXPECT_TRUE(FileWrite(pipe.writing, "x", 1, &done));
     EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));                 // although there is something
+}
+
+TEST(Cancel, EndsEveryReadThatWaits) {
+    Cancellable pipe;
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 4; ++i)
+        readers.emplace_back([&] {
+            char bytes[8];
+            uint32_t done = 1;
+            EXPECT_FALSE(FileRead(pipe.reading, bytes, sizeof bytes, &done));
+            EXPECT_EQ(done, 0u);
+        });
+    SleepFor(5);
+    FileCancel(pipe.reading);
+    FileCancel(pipe.reading);                                              // once more is nothing more
+    for (std::thread& reader : readers) reader.join();
+}
+
+TEST(Cancel, NeedsNoFreeDescriptor) {
+    Cancellable pipe;
+    std::thread reader([&] {
+        char byte;
+        uint32_t done = 0;
+        EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));
+    });
+    SleepFor(5);
+    const int next = dup(0);                                               // the lowest that is free, and so the first to be had
+    ASSERT_GE(next, 0);
+    close(next);
+    rlimit old;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
+    rlimit none = old;
+    none.rlim_cur = static_cast<rlim_t>(next);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(dup(0), -1);
+    FileCancel(pipe.reading);
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
+    reader.join();
+}
+
+TEST(Cancel, LeavesThePipeItsEnd) {
+    Cancellable pipe;
+    std::thread reader([&] {
+        char byte;
+        uint32_t done = 0;
+        EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));
+    });
+    SleepFor(5);
+    CloseHandle(pipe.writing);                                             // the last writer: nobody here holds another one
+    reader.join();
 }
 
 TEST(Cancel, EndsAWriteThatWaitsForRoomAndAllLaterOnes) {

@@ -140,6 +140,20 @@ TEST(ZvChannel, MessageLeavesInOneWrite) {
     calc->Forget();
 }
 
+TEST(ZvChannel, WriteToABrokenPipeShowsInTheStreamAlone) {
+    Pipe in, out;
+    const ZvStream$ output = Writing(out.writing);
+    const ZvChannel$ channel = new ZvChannel(1, Reading(in.reading), output);
+    channel->Send(new Response(7));
+    EXPECT_FALSE(output->Fail());
+    zvc::platform::CloseHandle(out.reading);
+    EXPECT_NO_THROW(channel->Send(new Response(8)));
+    EXPECT_TRUE(output->Fail());
+    EXPECT_NO_THROW(channel->Send(ZvObject$()));
+    EXPECT_TRUE(output->Fail());
+    zvc::platform::CloseHandle(in.writing);
+}
+
 TEST(ZvChannel, ConversationOfAConstructedObject) {
     for (const cases::Json& c : cases::Group("remoting", "conversations")) {
         remoting::RemotingConfigulation::RegisterActivatedType(TypeHandle(AdderPlain::s_type));
