@@ -14,6 +14,7 @@
 #include <fstream>
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -476,6 +477,25 @@ TEST(Cancel, EndsEveryReadThatWaits) {
     FileCancel(pipe.reading);
     FileCancel(pipe.reading);                                              // once more is nothing more
     for (std::thread& reader : readers) reader.join();
+}
+
+TEST(Cancel, EndsAReadOfASocket) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const Handle reading = FileAdopt(ends[0], FileAccessRead);
+    EXPECT_TRUE(FileMakeCancellable(reading));
+    char bytes[8];
+    uint32_t done = 0;
+    EXPECT_EQ(write(ends[1], "abc", 3), 3);
+    EXPECT_TRUE(FileRead(reading, bytes, sizeof bytes, &done));
+    EXPECT_EQ(std::string(bytes, done), "abc");
+    std::thread reader([&] { EXPECT_FALSE(FileRead(reading, bytes, sizeof bytes, &done)); });
+    SleepFor(5);
+    FileCancel(reading);
+    reader.join();
+    EXPECT_EQ(done, 0u);
+    CloseHandle(reading);
+    close(ends[1]);
 }
 
 TEST(Cancel, NeedsNoFreeDescriptor) {
