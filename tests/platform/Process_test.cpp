@@ -479,6 +479,37 @@ TEST(Cancel, EndsEveryReadThatWaits) {
     for (std::thread& reader : readers) reader.join();
 }
 
+TEST(Cancel, LeavesAPipeThatNobodyReadsAsItIs) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const Handle reading = FileAdopt(ends[0], FileAccessRead);
+    EXPECT_TRUE(FileMakeCancellable(reading));
+    EXPECT_EQ(write(ends[1], "ab", 2), 2);
+    char bytes[8];
+    uint32_t done = 0;
+    EXPECT_TRUE(FileRead(reading, bytes, 1, &done));                       // and is gone again before the end
+    FileCancel(reading);
+    EXPECT_FALSE(FileRead(reading, bytes, 1, &done));
+    EXPECT_EQ(read(ends[0], bytes, sizeof bytes), 1);
+    EXPECT_EQ(bytes[0], 'b');
+    CloseHandle(reading);
+    close(ends[1]);
+}
+
+TEST(Cancel, EndsAReadThatWaitsSinceBeforeTheProcessWasNamed) {
+    Cancellable pipe;
+    Started child("words");
+    std::thread reader([&] {
+        char byte;
+        uint32_t done = 0;
+        EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));
+    });
+    SleepFor(5);
+    EXPECT_TRUE(FileEndWithProcess(pipe.reading, child.info.process));     // too late for this one
+    FileCancel(pipe.reading);
+    reader.join();
+}
+
 TEST(Cancel, EndsAReadOfASocket) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);

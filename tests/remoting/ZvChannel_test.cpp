@@ -412,6 +412,21 @@ TEST(ZvChannel, SendLeavesItsLockWhenAnObjectCannotBeCoded) {
     EXPECT_EQ(raw.Sent().substr(0, 4), "8487");              // what came before had been handed over
 }
 
+TEST(ZvChannel, LeavesNothingInThePipeForTheNextOne) {
+    using namespace zvc::platform;
+    int in[2], out[2];
+    ASSERT_EQ(pipe(in), 0);
+    ASSERT_EQ(pipe(out), 0);
+    for (int i = 0; i < 3; ++i) {
+        const ZvChannel$ channel =
+            new ZvChannel(1, Reading(FileAdopt(dup(in[0]), FileAccessRead)), Writing(FileAdopt(dup(out[1]), FileAccessWrite)));
+        EXPECT_EQ(write(in[1], "\x80", 1), 1);
+        channel->StartListening();
+        EXPECT_FALSE(channel->GetMethod());
+    }
+    for (int end : {in[0], in[1], out[0], out[1]}) close(end);
+}
+
 TEST(ZvChannel, StopIsAHandshakeOfTwoNulls) {
     Pair pair;
     pair.Listen();

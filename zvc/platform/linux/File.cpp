@@ -43,7 +43,7 @@ public:
     /// Readies a read: where another end than the pipe's own can come, it waits until there is something to be read. False
     /// when the transfer is to fail.
     bool AwaitReadable() noexcept {
-        if (EndsByByte()) return !Cancelled();
+        if (takesByte && peer < 0) return !Cancelled();
         pollfd waits[3] = {{descriptor, POLLIN, 0}, {wake, POLLIN, 0}, {peer, POLLIN, 0}};
         while (!Cancelled()) {
             if (poll(waits, 3, -1) < 0 && errno != EINTR) return false;
@@ -61,22 +61,21 @@ public:
     bool Cancelled() const noexcept { return __atomic_load_n(&cancelled, __ATOMIC_SEQ_CST) != 0; }
     void Cancel() noexcept {
         __atomic_store_n(&cancelled, 1u, __ATOMIC_SEQ_CST);
-        if (EndsByByte()) {
-            WakeReader();
-            return;
-        }
+        if (takesByte && (__atomic_load_n(&readers, __ATOMIC_SEQ_CST) == 0 || WakeReader())) return;
         const uint64_t one = 1;
         [[maybe_unused]] const ssize_t written = write(wake, &one, sizeof one);      // stays readable: nobody takes it away
     }
-    /// Puts a byte into the pipe that this handle reads, for a reader that sleeps there. It finds itself cancelled.
-    void WakeReader() noexcept {
+    /// Puts a byte into the pipe that this handle reads, for a reader that sleeps there. It finds itself cancelled. False
+    /// where this process may not do so any more.
+    bool WakeReader() noexcept {
         for (;;) {
             const int writer = OpenWriter();
             if (writer >= 0) {
                 [[maybe_unused]] const ssize_t written = write(writer, "", 1);      // a full pipe lets nobody sleep
                 close(writer);
-                return;
+                return true;
             }
+            if (errno != EMFILE && errno != ENFILE && errno != ENOMEM && errno != EINTR) return false;
             const int spare = __atomic_exchange_n(&wake, -1, __ATOMIC_SEQ_CST);
             if (spare >= 0) {
                 close(spare);                                   // no number was free: now one is
@@ -95,7 +94,6 @@ public:
         takesByte = writer >= 0;
         if (takesByte) close(writer);
     }
-    bool EndsByByte() const noexcept { return takesByte && peer < 0; }
 
     int descriptor;
     const bool canRead;
@@ -107,6 +105,7 @@ public:
     int wake = -1;                // readable once cancelled
     int peer = -1;                // readable once the process at the other end has ended
     uint32_t cancelled = 0;
+    uint32_t readers = 0;         // threads in a read of a pipe that takes a byte: with nobody there, none is put into it
     int noWaitFlags = RWF_NOWAIT | NoSignalFlag;      // what this kernel has not refused for this file
 
 private:
@@ -124,6 +123,23 @@ private:
 };
 
 using File = Use<FileObject>;
+
+/// Stands where a thread reads. Whoever leaves a cancelled pipe wakes the next one: the byte may be with him.
+class Reader {
+public:
+    explicit Reader(FileObject& file) noexcept : m_file(file), m_counted(file.takesByte) {
+        if (m_counted) __atomic_add_fetch(&m_file.readers, 1u, __ATOMIC_SEQ_CST);
+    }
+    ~Reader() {
+        if (!m_counted) return;
+        if (__atomic_sub_fetch(&m_file.readers, 1u, __ATOMIC_SEQ_CST) != 0 && m_file.Cancelled()) m_file.WakeReader();
+    }
+    Reader(const Reader&) = delete;
+
+private:
+    FileObject& m_file;
+    const bool m_counted;
+};
 
 // The system's calls without libc's points of cancellation around them: a remote call is short enough to feel these, and
 // nobody cancels threads here. The thread sanitizer has to see a thread wait.
@@ -270,13 +286,11 @@ bool FileRead(Handle handle, void* data, uint32_t size, uint32_t* done) noexcept
     *done = 0;
     File file(handle);
     if (!file || !file->canRead) return false;
+    const Reader reader(*file.operator->());
     for (;;) {
         if (file->cancellable && !file->AwaitReadable()) return false;
         const ssize_t n = ReadOnce(file->descriptor, static_cast<char*>(data) + *done, size - *done);
-        if (file->EndsByByte() && file->Cancelled()) {
-            file->WakeReader();                                 // for the next one who sleeps here
-            return false;
-        }
+        if (file->takesByte && file->Cancelled()) return false;
         if (n < 0 && TryAgain(file->descriptor, POLLIN)) continue;
         if (n < 0) return false;
         *done += static_cast<uint32_t>(n);
