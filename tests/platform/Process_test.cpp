@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -549,6 +550,52 @@ TEST(Cancel, NeedsNoFreeDescriptor) {
     FileCancel(pipe.reading);
     EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
     reader.join();
+}
+
+TEST(Cancel, EndsAReadOfAProcessThatHasBecomeAnotherUsers) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+    const pid_t changed = fork();
+    if (changed == 0) {
+        Cancellable pipe;
+        if (setuid(65534) != 0) _exit(2);
+        std::thread reader([&] {
+            char byte;
+            uint32_t done = 0;
+            if (FileRead(pipe.reading, &byte, 1, &done)) _exit(3);
+        });
+        SleepFor(5);
+        FileCancel(pipe.reading);
+        reader.join();
+        _exit(0);
+    }
+    int status = 1;
+    waitpid(changed, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(Cancel, EndsAReadOfANamedPipeAndLeavesItsMode) {
+    const std::string path = (std::filesystem::temp_directory_path() / ("zvc-cancel-" + std::to_string(getpid()))).string();
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int writer = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    fcntl(descriptor, F_SETFL, 0);
+    const Handle reading = FileAdopt(descriptor, FileAccessRead);
+    EXPECT_TRUE(FileMakeCancellable(reading));
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0600u);
+    std::thread reader([&] {
+        char byte;
+        uint32_t done = 0;
+        EXPECT_FALSE(FileRead(reading, &byte, 1, &done));
+    });
+    SleepFor(5);
+    FileCancel(reading);
+    reader.join();
+    CloseHandle(reading);
+    close(writer);
+    unlink(path.c_str());
 }
 
 TEST(Cancel, LeavesThePipeItsEnd) {

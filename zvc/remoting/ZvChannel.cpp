@@ -167,9 +167,10 @@ ZvObject$ ZvChannel::GetResponse(unsigned int slot) {
     return m_state->responses[slot].Take(m_state->ended);
 }
 
-remoting::MethodResponse$ ZvChannel::Exchange(const ZvObject$& call, unsigned int slot) {
+remoting::MethodResponse$ ZvChannel::Exchange(ZvObject$ call, unsigned int slot) {
     Inside inside(m_state);                             // from the sending to the answer: nobody destroys it in between
     Send(call);
+    call = ZvObject$();                                 // ends while the other side works
     return GetResponse(slot);
 }
 

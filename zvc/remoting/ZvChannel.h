@@ -131,7 +131,7 @@ private:
     void Sort(const ZvObject$& message);
     void Listen();
     void JoinListener();
-    remoting::MethodResponse$ Exchange(const ZvObject$& call, unsigned int slot);
+    remoting::MethodResponse$ Exchange(ZvObject$ call, unsigned int slot);
 
     std::shared_ptr<State> m_state;
 };

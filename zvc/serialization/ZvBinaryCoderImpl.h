@@ -96,20 +96,21 @@ public:
     }
 
     /// The one of this id, or one of another id, which may be replaced.
-    Reference& ReferenceOf(long long id) { return m_references[static_cast<size_t>(id) % Recent]; }
+    Reference& ReferenceOf(long long id) { return m_references[static_cast<size_t>(id) % RecentIds]; }
 
     Plans() = default;
     Plans(const Plans& other);
 
 private:
-    static constexpr size_t Recent = 256;         // the classes of a document are few and take turns
-    static size_t PlaceOf(const ZvType* type) { return (reinterpret_cast<uintptr_t>(type) * 0x9E3779B97F4A7C15ull) >> 56; }
+    static constexpr size_t Recent = 128;         // the classes of a document are few and take turns
+    static constexpr size_t RecentIds = 32;
+    static size_t PlaceOf(const ZvType* type) { return (reinterpret_cast<uintptr_t>(type) * 0x9E3779B97F4A7C15ull) >> 57; }
     Plan& Look(ZvType* type);
 
     std::deque<Plan> m_plans;
     std::unordered_map<const ZvType*, Plan*> m_byType;
     Plan* m_recent[Recent] = {};
-    Reference m_references[Recent];
+    Reference m_references[RecentIds];
 };
 
 // The causes of a stream that cannot be written or read differ between the operations. Programs tell them apart, so they

@@ -11,6 +11,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <linux/magic.h>
 #include <new>
 #include <poll.h>
 #include <pthread.h>
@@ -19,6 +20,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace zvc::platform {
@@ -88,9 +90,11 @@ public:
     void MakeCancellable() noexcept {
         if (wake < 0) wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
         cancellable = wake >= 0;
-        struct stat status;
-        if (!cancellable || canWrite || fstat(descriptor, &status) != 0 || !S_ISFIFO(status.st_mode)) return;
-        const int writer = OpenWriter();                        // it may belong to another user, or there is no /proc
+        struct statfs system;
+        if (!cancellable || canWrite || fstatfs(descriptor, &system) != 0 || system.f_type != PIPEFS_MAGIC) return;
+        // The process may become another user's later on. A pipe without a name is open to nobody else by that.
+        if (fchmod(descriptor, 0622) != 0) return;
+        const int writer = OpenWriter();                        // it fails where there is no /proc
         takesByte = writer >= 0;
         if (takesByte) close(writer);
     }
@@ -101,7 +105,7 @@ public:
     bool isPipe = false;
     bool isRegular = false;
     bool cancellable = false;     // then it never sleeps in a transfer itself, but in the read of a pipe that takes a byte
-    bool takesByte = false;       // a pipe that is only read here, and that this process can write to
+    bool takesByte = false;       // a pipe without a name that is only read here, and that this process can write to
     int wake = -1;                // readable once cancelled
     int peer = -1;                // readable once the process at the other end has ended
     uint32_t cancelled = 0;
