@@ -266,6 +266,49 @@ TEST(ZvcDump, NestingDeeperThanTheStackEndsInAReason) {
     EXPECT_TRUE(Has(output.text, "nested deeper than the stack allows")) << output.text;
 }
 
+// An object Pt of a class that is not here: fields x, a ZvInt32, and y, a ZvFloat.
+std::string UnknownPoint() {
+    return FromHex("84" "87" "8a5074" "8b417070" "a001" "a002" "84" "87" "905a76537472696e67" "8b5a5643" "a002" "a301000080" "8978"
+                 "87" "8f5a76496e743332" "8b5a5643" "a002" "a001" "84" "a802" "8979" "87" "8f5a76466c6f6174" "8b5a5643" "a002" "a001" "a005" "0000c03f");
+}
+
+TEST(ZvcDump, CutAnywhereTellsTheByteAndWhatCameBeforeAndNoMore) {
+    const std::string whole = UnknownPoint();
+    const Output all = Dump(File(whole).name);
+    ASSERT_EQ(0, all.code) << all.text;
+    EXPECT_TRUE(Has(all.text, "y: float 1.5"));
+    for (size_t size = 1; size < whole.size(); ++size) {
+        const File file(whole.substr(0, size));
+        const Output output = Dump(file.name);
+        EXPECT_EQ(1, output.code) << size;
+        EXPECT_TRUE(Has(output.text, "stopped here, at byte ")) << output.text;
+        EXPECT_TRUE(Has(output.text, "file")) << output.text;                  // it ends, or something is longer than it
+        EXPECT_FALSE(Has(output.text, "schema 0x00000002")) << output.text;    // a count of fields is no version
+        EXPECT_EQ(size >= 11, Has(output.text, "class spec 1")) << output.text;
+        EXPECT_EQ(size >= 9, Has(output.text, "module App")) << output.text;
+        if (size % 5 != 0) continue;
+        const Json json = DumpJson(file.name);
+        EXPECT_LE(json["stopped"]["offset"], size);
+        EXPECT_LE(json["stopped"]["offset"].get<size_t>(), json["values"][0]["end"].get<size_t>()) << size;
+        EXPECT_LE(json["values"][0]["end"], size);
+    }
+}
+
+TEST(ZvcDump, TypeOfAnUnknownBagAtTheEndIsWhole) {
+    const File file(FromHex("87" "8c47426167" "8b417070" "a001"));                      // a type alone
+    const Output output = Dump(file.name);
+    EXPECT_EQ(0, output.code) << output.text;
+    EXPECT_TRUE(Has(output.text, "type #1 GBag of module App, class spec 1")) << output.text;
+    const File behind(FromHex("87" "8c47426167" "8b417070" "a001" "80"));
+    EXPECT_EQ(0, Dump(behind.name).code);
+}
+
+TEST(ZvcDump, FolderCannotBeRead) {
+    const Output output = Dump("/tmp");
+    EXPECT_EQ(1, output.code);
+    EXPECT_EQ("zvcdump: /tmp: cannot be read\n", output.text);
+}
+
 TEST(ZvcDump, EmptyFileIsWholeAndAMissingOneIsNot) {
     const File empty;
     EXPECT_EQ(Dump(empty.name).code, 0);

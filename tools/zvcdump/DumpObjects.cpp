@@ -29,16 +29,23 @@ void KeepDefinitions(Node& from, std::vector<std::unique_ptr<Node>>& to) {
     }
 }
 
-/// What is read meanwhile comes under a node.
+/// What is read meanwhile comes under a node, which ends where the reading is then: where it stopped, too.
 class Under {
 public:
-    Under(Node*& current, Node& node) : m_current(current), m_before(current) { m_current = &node; }
-    ~Under() { m_current = m_before; }
+    Under(Node*& current, Node& node, const ByteStream& bytes) : m_current(current), m_before(current), m_node(node), m_bytes(bytes) {
+        m_current = &node;
+    }
+    ~Under() {
+        m_node.end = m_bytes.Position();
+        m_current = m_before;
+    }
     Under(const Under&) = delete;
 
 private:
     Node*& m_current;
     Node* m_before;
+    Node& m_node;
+    const ByteStream& m_bytes;
 };
 
 }
@@ -117,7 +124,7 @@ DumpCoder::StoredType& DumpCoder::ReadDefinition() {
     const size_t at = m_bytes->Position();
     if (zvc::platform::StackIsLow()) Fail(at, "types nested deeper than the stack allows");
     Node& node = m_current->Add(Node::Type, at);
-    Under under(m_current, node);
+    Under under(m_current, node, *m_bytes);
     const unsigned char tag = TakeTag("a type");
     node.type = TakeString();
     node.module = TakeString();
@@ -129,7 +136,6 @@ DumpCoder::StoredType& DumpCoder::ReadDefinition() {
     if (type.content == Content::Codec) ReadVersion(type, node, tag, isFirst);
     if (type.content == Content::Fields) ReadLayout(type, node, isFirst);
     type.defined = true;
-    node.end = m_bytes->Position();
     return type;
 }
 
@@ -140,7 +146,7 @@ DumpCoder::StoredType& DumpCoder::TypeOf(const Node& definition) {
     known = &type;
     type.name = definition.type;
     type.module = definition.module;
-    type.spec = definition.spec;
+    type.spec = definition.spec.value_or(0);
     Resolve(type);
     if (type.here != nullptr) type.version = type.here->GetSchema() & 0x7FFFFFFF;
     type.id = static_cast<long long>(m_entries.size());
@@ -167,8 +173,9 @@ void DumpCoder::Resolve(StoredType& type) const {
     if (type.here == nullptr && type.whyNot.empty()) type.whyNot = "there is no such class in " + type.module;
 }
 
-// What follows a definition is not told by the stream, but by the class. Where that is not here the bytes give it away: a bag
-// has an object next, a layout a count and a string for a name, a codec its schema.
+// What follows a definition is not told by the stream, but by the class. Where that is not here the bytes give it away: a
+// layout goes on with a count and a string for a name, a codec with its schema; a bag has no number next, and may be the last
+// thing in the file.
 void DumpCoder::Classify(StoredType& type, Node& node) {
     if (type.here != nullptr) {
         type.content = type.here->HasCodec()                                   ? Content::Codec
@@ -178,7 +185,7 @@ void DumpCoder::Classify(StoredType& type, Node& node) {
     }
     node.note = type.whyNot;
     const unsigned char tag = m_bytes->Peek(0);
-    if (tag == Coder::TagNewObject) {
+    if (m_bytes->Left() == 0 || tag < Coder::TagInt || tag > Coder::TagInt + 3) {
         type.content = Content::Bag;
         return;
     }
@@ -196,6 +203,8 @@ bool DumpCoder::IsFieldName(size_t ahead) const {
             id |= static_cast<size_t>(m_bytes->Peek(at + 1 + i)) << (8 * i);
         return id < m_entries.size() ? &m_entries[id] : nullptr;
     };
+    // Of a file that is cut in the name so much as is there has to fit.
+    if (m_bytes->Left() <= ahead) return true;
     const unsigned char tag = m_bytes->Peek(ahead);
     if (tag >= Coder::TagObject && tag <= Coder::TagObject + 3) {
         const Entry* object = entry(ahead, Coder::TagObject);
@@ -207,9 +216,11 @@ bool DumpCoder::IsFieldName(size_t ahead) const {
         const Entry* known = entry(ahead + 1, Coder::TagType);
         return known != nullptr && known->type != nullptr && known->type->name == "ZvString";
     }
-    std::string name;
-    for (size_t i = 0; i < 9; ++i) name += static_cast<char>(m_bytes->Peek(ahead + 2 + i));
-    return name == "\x90ZvString";
+    const std::string definition = "\x90ZvString";
+    const size_t left = m_bytes->Left() > ahead + 2 ? m_bytes->Left() - ahead - 2 : 0;
+    for (size_t i = 0; i < std::min(definition.size(), left); ++i)
+        if (m_bytes->Peek(ahead + 2 + i) != static_cast<unsigned char>(definition[i])) return false;
+    return true;
 }
 
 void DumpCoder::ReadVersion(StoredType& type, Node& node, unsigned char tag, bool isFirst) {
@@ -236,14 +247,13 @@ void DumpCoder::ReadLayout(StoredType& type, Node& node, bool isFirst) {
     for (unsigned int i = 0; i < count; ++i) {
         const size_t at = m_bytes->Position();
         Node& stored = node.Add(Node::StoredField, at);
-        Under under(m_current, stored);
+        Under under(m_current, stored, *m_bytes);
         ZvObject* name = DecodeObject(m_stream);
         if (name == nullptr || !name->IsKindOf(&ZvString::s_type)) Fail(at, "a field's name that is no string");
         stored.name = static_cast<ZvString*>(name)->CStr();
         StoredType& fieldType = ReadType(false);
         stored.type = fieldType.name;
         stored.id = fieldType.id;
-        stored.end = m_bytes->Position();
         std::vector<std::unique_ptr<Node>> definitions;
         KeepDefinitions(stored, definitions);
         stored.children = std::move(definitions);
@@ -268,9 +278,7 @@ ZvObject* DumpCoder::DecodeObject(ZvStream$& stream) {
     }
     if (tag == Coder::TagNewObject || tag == Coder::TagNewObjRef) {
         Node& node = m_current->Add(Node::Object, at);
-        ZvObject* object = ReadNew(stream, node);
-        node.end = m_bytes->Position();
-        return object;
+        return ReadNew(stream, node);
     }
     if (tag < Coder::TagObject || tag > Coder::TagObject + 3) Fail(at, "tag " + Hex(tag, 2) + " where an object should be");
     long long id = 0;
@@ -284,7 +292,7 @@ ZvObject* DumpCoder::DecodeObject(ZvStream$& stream) {
 }
 
 ZvObject* DumpCoder::ReadNew(ZvStream$& stream, Node& node) {
-    Under under(m_current, node);
+    Under under(m_current, node, *m_bytes);
     StoredType& type = ReadType(false);
     node.type = type.name;
     if (type.content == Content::Bag) return ReadBag(stream, type, node);
@@ -322,7 +330,7 @@ void DumpCoder::ReadField(ZvStream$& stream, const StoredType& type, const Store
     Node& node = m_current->Add(Node::Field, m_bytes->Position());
     node.name = field.name;
     node.type = field.type->name;
-    Under under(m_current, node);
+    Under under(m_current, node, *m_bytes);
     const ZvField$ today = object != nullptr ? type.here->FindField(new ZvString(field.name.c_str())) : ZvField$();
     if (today && today->Type() == field.type->here) {
         today->Decode(stream, this, object);
@@ -333,7 +341,6 @@ void DumpCoder::ReadField(ZvStream$& stream, const StoredType& type, const Store
             node.note = "dropped: the class has no such field";
         ReadDropped(stream, type, field, node);
     }
-    node.end = m_bytes->Position();
 }
 
 // By the stored type alone: what a field writes is what the codec of its type reads, but for fixed arrays.

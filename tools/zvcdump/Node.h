@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,7 @@ struct Node {
     std::string name;
     std::string type;
     std::string module;
-    unsigned int spec = 0;
+    std::optional<unsigned int> spec;        ///< of a type, where it was read
     long long id = 0;                        ///< 0 where there is none
     std::vector<std::string> values;         ///< the first ones
     size_t count = 0;

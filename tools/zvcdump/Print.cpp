@@ -76,19 +76,26 @@ std::string WithOnly(const Node& node, const std::string& head) {
     return only != nullptr ? head + ": " + Head(*only) : head;
 }
 
+/// As much of a definition as the file has.
+std::string TypeText(const Node& node) {
+    std::string text = "type" + Id(node);
+    if (!node.type.empty()) text += " " + node.type;
+    if (!node.module.empty()) text += " of module " + node.module;
+    if (node.spec) text += ", class spec " + std::to_string(*node.spec);
+    if (!node.values.empty()) return text + ", " + SchemaText(node.values[0]);
+    return node.children.empty() && node.count == 0 ? text : text + ", " + std::to_string(node.count) + " fields";
+}
+
 std::string Head(const Node& node) {
     switch (node.kind) {
         case Node::Root: return "";
-        case Node::Object: return WithOnly(node, node.type + Id(node));
+        case Node::Object: return WithOnly(node, (node.type.empty() ? "object" : node.type) + Id(node));
         case Node::Null: return "null";
         case Node::Reference: return "the same " + node.type + Id(node);
-        case Node::Type: {
-            std::string text = "type" + Id(node) + " " + node.type + " of module " + node.module + ", class spec " + std::to_string(node.spec);
-            if (!node.values.empty()) return text + ", " + SchemaText(node.values[0]);
-            return node.children.empty() && node.count == 0 ? text : text + ", " + std::to_string(node.count) + " fields";
-        }
+        case Node::Type: return TypeText(node);
         case Node::TypeReference: return "the type" + Id(node) + " " + node.type;
-        case Node::StoredField: return node.name + ": " + node.type + Id(node);
+        case Node::StoredField:
+            return (node.name.empty() ? "stored field" : node.name) + (node.type.empty() ? "" : ": " + node.type + Id(node));
         case Node::Field: return WithOnly(node, node.name);
         case Node::Value: return ValueText(node);
     }
@@ -138,7 +145,8 @@ void PrintJsonNode(const Node& node, int depth) {
     if (!node.type.empty()) std::printf(", \"type\": %s", Json(node.type).c_str());
     if (node.id != 0) std::printf(", \"id\": %lld", node.id);
     if (node.kind == Node::Type) {
-        std::printf(", \"module\": %s, \"spec\": %u", Json(node.module).c_str(), node.spec);
+        std::printf(", \"module\": %s", Json(node.module).c_str());
+        if (node.spec) std::printf(", \"spec\": %u", *node.spec);
         if (!node.values.empty()) std::printf(", \"schema\": %s", node.values[0].c_str());
     }
     if (node.kind == Node::Value) {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <string>
 
 namespace {
 
@@ -30,6 +30,14 @@ bool Parse(int argc, char** argv, dump::Options& options, std::string& file) {
     return !file.empty();
 }
 
+/// False for what cannot be read: a folder as well, which can be opened.
+bool ReadFile(const std::string& file, std::string& bytes) {
+    std::ifstream in(file, std::ios::binary);
+    char piece[1 << 16];
+    while (in.read(piece, sizeof piece), in.gcount() != 0) bytes.append(piece, static_cast<size_t>(in.gcount()));
+    return in.is_open() && !in.bad();
+}
+
 }
 
 int main(int argc, char** argv) {
@@ -39,9 +47,8 @@ int main(int argc, char** argv) {
         std::fputs(Usage, stderr);
         return 2;
     }
-    std::ifstream in(file, std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (!in) {
+    std::string bytes;
+    if (!ReadFile(file, bytes)) {
         std::fprintf(stderr, "zvcdump: %s: cannot be read\n", file.c_str());
         return 1;
     }
