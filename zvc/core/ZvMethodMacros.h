@@ -54,20 +54,34 @@ ZvType* SignatureType() {
         return &ZvPrimitive<P>::s_type;
 }
 
-/// Whether an object is the box of P.
-template <class P>
-bool IsBox(const ZvObject* o) {
-    return typeid(*o) == typeid(ZvPrimitive<P>) || o->GetType() == &ZvPrimitive<P>::s_type;
+/// Whether an object is surely of class T itself. By address: a program may hold a description of a class of its own, which
+/// costs such a program the short way and nothing else.
+template <class T>
+bool IsExactly(const ZvObject* o) {
+    return &typeid(*o) == &typeid(T);
 }
 
 /// Puts a box with the value into result: a new one, or the one that stands there where nobody else has it.
 template <class P>
 void PutBox(ZvValue$& result, const P& value) {
     ZvValue* box = result.Get();
-    if (box != nullptr && box->ZvObject::ReferenceCount() == 1 && typeid(*box) == typeid(ZvPrimitive<P>))
+    if (box != nullptr && box->ZvObject::ReferenceCount() == 1 && IsExactly<ZvPrimitive<P>>(box))
         static_cast<ZvPrimitive<P>*>(box)->value = value;
     else
         result = new ZvPrimitive<P>(value);
+}
+
+/// Unpacks an argument that is not surely the very box of its kind. False when it is no such thing.
+template <class P>
+bool UnpackOther(ZvObject* argument, P& value) {
+    if (argument == nullptr) return false;
+    if (argument->GetType() == &ZvPrimitive<P>::s_type) {
+        value = static_cast<ZvPrimitive<P>*>(argument)->value;
+        return true;
+    }
+    if (IsReferenceBox<P> || !argument->IsKindOf(&ZvValue::s_type)) return false;
+    const auto* box = static_cast<ZvValue*>(argument);
+    return box->Count() != 0 && box->GetValue(&value, KindNumber<P>, 0);
 }
 
 /// Unpacks one argument. False when it is no such thing.
@@ -77,14 +91,9 @@ bool Unpack(ZvObject* argument, P& value) {
         value = P(ZvObject$(argument));
         return argument == nullptr || static_cast<bool>(value);
     } else {
-        if (argument == nullptr) return false;
-        if (IsBox<P>(argument)) {
-            value = static_cast<ZvPrimitive<P>*>(argument)->value;
-            return true;
-        }
-        if (IsReferenceBox<P> || !argument->IsKindOf(&ZvValue::s_type)) return false;
-        const auto* box = static_cast<ZvValue*>(argument);
-        return box->Count() != 0 && box->GetValue(&value, KindNumber<P>, 0);
+        if (argument == nullptr || !IsExactly<ZvPrimitive<P>>(argument)) return UnpackOther(argument, value);
+        value = static_cast<ZvPrimitive<P>*>(argument)->value;
+        return true;
     }
 }
 
