@@ -45,7 +45,8 @@ ZV_API bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* 
 ZV_API bool FileMakeCancellable(Handle handle) noexcept;
 
 /// Ends the transfers that wait on this handle, and all later ones, with a failure. Nothing for a handle that was not prepared.
-/// A pipe is of no use to other readers afterwards: it may have lost bytes, and have others. Any thread.
+/// A pipe that somebody was reading is of no use to other readers afterwards: it may have lost bytes, and have others. Any
+/// thread.
 ZV_API void FileCancel(Handle handle) noexcept;
 
 /// From now on a read that waits on this prepared handle fails as well when the process has ended and nothing is left to be
