@@ -180,6 +180,8 @@ TEST(ZvPlugin, OfTwoClassesOfOneNameTheOlderIsTheLastToEnter) {
 TEST(ZvPlugin, GetSymbolFindsWhatTheLibraryExports) {
     EXPECT_NE(Gadgets()->GetSymbol("plug_gadgets_inits"), nullptr);
     EXPECT_EQ(Gadgets()->GetSymbol("plug_gadgets_no_such"), nullptr);
+    EXPECT_EQ(Gadgets()->GetSymbol(""), nullptr);
+    EXPECT_EQ(Gadgets()->GetSymbol(nullptr), nullptr);
 }
 
 TEST(ZvPlugin, LibraryWithoutAnExportIsGoodForItsSymbols) {
@@ -219,6 +221,10 @@ TEST(ZvPlugin, WhatCannotBeLoadedRaisesWithThePath) {
     }
     EXPECT_THROW(ZvSystem::New(Text("no_such_plugin.Type")), ZvPluginUnloadedException);
     EXPECT_THROW(ZvSystem::New(Text(".Type"), nullptr), ZvPluginUnloadedException);
+    const ZvString$ null;
+    EXPECT_THROW(ZvSystem::LoadPlugin(null), ZvPluginUnloadedException);
+    EXPECT_THROW(ZvSystem::New(null), ZvPluginUnloadedException);
+    EXPECT_THROW(ZvSystem::New(null, nullptr), ZvPluginUnloadedException);
     EXPECT_TRUE(ZvPluginUnloadedException::s_type.IsDerivedFrom(&ZvException::s_type));
 }
 

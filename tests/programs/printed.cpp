@@ -62,6 +62,10 @@ void Show(bool crash) {
     choice->AddCandidate(new ZvString("green"));
     choice->Select(1);
     const ZvData$ data = new ZvData(3, reinterpret_cast<const unsigned char*>("abc"));
+    const ZvDateTime$ date = new ZvDateTime(24, 12, 1999, 8, 5, 1.5, 3, true);
+    const ZvDateTime noon;
+    const ZvArrayList$ empty = new ZvArrayList;
+    const ZvIEnumerator$ walker = empty->GetEnumerator();
     const ZvType$ type = &studio::Lamp::s_type;
     const ZvObject$ boxType = &ZvPrimitive<int>::s_type;
     studio::Lamp$ lamp = new studio::Lamp;

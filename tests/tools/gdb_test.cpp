@@ -46,6 +46,9 @@ const Shown Table[] = {
     {"info", "ZvSerializationInfo of 1 (1 owner) = {[\"count\" (1 owner)] = ZvPrimitive<int> -42 (4 owners)}"},
     {"choice", "ZvEnum of 2, selection 1 (1 owner) = {\"red\" (1 owner), \"green\" (1 owner)}"},
     {"data", "ZvData of 3 (1 owner) = {97 'a', 98 'b', 99 'c'}"},
+    {"date", "ZvDateTime 1999-12-24 08:05:1.5 zone 3, daylight-saving (1 owner)"},
+    {"noon", "ZvDateTime 2000-07-01 12:00:0 zone 9"},
+    {"walker", "ZvArrayList::Enumerator (1 owner) = {object = @}"},       // an interface of a class that gdb may not know
     {"type", "ZvType studio::Lamp of Printed, schema 0x80000001 (2 owners)"},
     {"boxType", "ZvType ZvInt32 of ZVC, schema 0x1 (2 owners)"},
     {"lamp", "studio::Lamp (3 owners) = {object = @}"},

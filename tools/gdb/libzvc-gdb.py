@@ -34,13 +34,20 @@ def real_class(pointer):
     return symbol.group(1) if symbol else pointer.type.target().strip_typedefs().name
 
 
+def top(pointer):
+    """The start of the object that a pointer leads into, by the offset that stands ahead of the table of virtual operations."""
+    table = pointer.cast(gdb.lookup_type("long").pointer().pointer()).dereference()
+    start = pointer.cast(gdb.lookup_type("char").pointer()) + int((table - 2).dereference())
+    return start.cast(gdb.lookup_type("ZvObject").pointer())
+
+
 def whole(pointer):
-    """The pointer to an object as one to the class that it really is; as it is where the debugger does not know that class."""
+    """The pointer to an object as one to the class that it really is; to ZvObject where the debugger does not know that class."""
     try:
         gdb.lookup_type(real_class(pointer))           # looking at the object itself makes gdb complain of such a class
         return pointer.cast(pointer.dynamic_type)
     except gdb.error:
-        return pointer
+        return top(pointer)
 
 
 def target(handle):
@@ -280,6 +287,18 @@ class InfoPrinter(DictionaryPrinter):
         return "%s of %d" % (self.name, self.count())
 
 
+class DateTimePrinter:
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        part = lambda name: int(self.value["m_" + name])
+        text = "%s %04d-%02d-%02d %02d:%02d:%s zone %d" % (
+            class_of(self.value), part("year"), part("month"), part("day"), part("hour"), part("minute"),
+            self.value["m_second"].format_string(), part("zone"))
+        return text + (", daylight-saving" if part("dst") else "")
+
+
 class PairPrinter:
     members = ("m_first", "m_second")
 
@@ -312,6 +331,7 @@ PLAIN = {
     "ZvDictionaryEntry": EntryPrinter,
     "ZvEnum": EnumPrinter,
     "ZvData": DataPrinter,
+    "ZvDateTime": DateTimePrinter,
 }
 TEMPLATES = {
     "ZvPrimitive": BoxPrinter,

@@ -17,6 +17,6 @@ namespace {
     ZvPrimitive<ZvObject$>*, ZvPrimitive<ZvObject*>*, ZvPrimitive<ZvInterface$>*, ZvPrimitive<ZvInterface*>*,
     ZvPrimArray<ZvObject$>*, ZvPrimArray<ZvObject*>*,
     ZvString*, ZvType*, ZvArrayList*, ZvDictionary*, ZvHashSet*, ZvQueue*, ZvStack*, ZvPair*, ZvDictionaryEntry*,
-    ZvSerializationInfo*, ZvEnum*, ZvData*, ZvDateTime*, zvc::detail::HashTable::Node*> s_known;
+    ZvSerializationInfo*, ZvEnum*, ZvData*, ZvDateTime*, ZvEventArgs*, ZvVoid*, zvc::detail::HashTable::Node*> s_known;
 
 }

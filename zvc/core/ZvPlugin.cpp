@@ -125,8 +125,9 @@ ZvPlugin* ZvSystem::LoadPlugin(const ZvString$& name) {
 
 namespace {
 
-// Before the first dot stands the plug-in, behind it the class; without a dot one word is both.
+// Before the first dot stands the plug-in, behind it the class; without a dot one word is both. Null is no plug-in's name.
 void Divide(const ZvString$& name, ZvString$& plugin, ZvString$& type) {
+    if (!name) return;
     const size_t dot = name->Find('.');
     plugin = dot != ~size_t(0) ? name->Substr(0, dot) : name;
     type = dot != ~size_t(0) ? name->Substr(dot + 1, ~size_t(0)) : name;

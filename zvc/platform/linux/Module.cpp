@@ -136,7 +136,7 @@ void FreeModule(void* handle) {
 }
 
 void* ModuleSymbol(void* handle, const char* name) {
-    if (handle == nullptr) return nullptr;
+    if (handle == nullptr || name == nullptr) return nullptr;
     void* symbol = dlsym(handle, name);
     return symbol != nullptr && ModuleOfAddress(symbol) == handle ? symbol : nullptr;
 }
