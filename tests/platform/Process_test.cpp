@@ -437,6 +437,25 @@ struct Cancellable {
     Handle reading = nullptr, writing = nullptr;
 };
 
+/// A thread that waits in a read, which is to fail before this ends.
+class FailingRead {
+public:
+    explicit FailingRead(Handle handle)
+        : m_thread([handle] {
+              char byte;
+              uint32_t done = 1;
+              EXPECT_FALSE(FileRead(handle, &byte, 1, &done));
+              EXPECT_EQ(done, 0u);
+          }) {
+        SleepFor(5);
+    }
+    ~FailingRead() { m_thread.join(); }
+    FailingRead(const FailingRead&) = delete;
+
+private:
+    std::thread m_thread;
+};
+
 }
 
 TEST(Cancel, TransfersGoOnAsBeforeUntilThen) {
@@ -466,18 +485,9 @@ TEST(Cancel, EndsAReadThatWaitsAndAllLaterOnes) {
 
 TEST(Cancel, EndsEveryReadThatWaits) {
     Cancellable pipe;
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 4; ++i)
-        readers.emplace_back([&] {
-            char bytes[8];
-            uint32_t done = 1;
-            EXPECT_FALSE(FileRead(pipe.reading, bytes, sizeof bytes, &done));
-            EXPECT_EQ(done, 0u);
-        });
-    SleepFor(5);
+    const FailingRead first(pipe.reading), second(pipe.reading), third(pipe.reading), fourth(pipe.reading);
     FileCancel(pipe.reading);
     FileCancel(pipe.reading);                                              // once more is nothing more
-    for (std::thread& reader : readers) reader.join();
 }
 
 TEST(Cancel, LeavesAPipeThatNobodyReadsAsItIs) {
@@ -500,15 +510,9 @@ TEST(Cancel, LeavesAPipeThatNobodyReadsAsItIs) {
 TEST(Cancel, EndsAReadThatWaitsSinceBeforeTheProcessWasNamed) {
     Cancellable pipe;
     Started child("words");
-    std::thread reader([&] {
-        char byte;
-        uint32_t done = 0;
-        EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));
-    });
-    SleepFor(5);
+    const FailingRead reader(pipe.reading);
     EXPECT_TRUE(FileEndWithProcess(pipe.reading, child.info.process));     // too late for this one
     FileCancel(pipe.reading);
-    reader.join();
 }
 
 TEST(Cancel, EndsAReadOfASocket) {
@@ -521,23 +525,17 @@ TEST(Cancel, EndsAReadOfASocket) {
     EXPECT_EQ(write(ends[1], "abc", 3), 3);
     EXPECT_TRUE(FileRead(reading, bytes, sizeof bytes, &done));
     EXPECT_EQ(std::string(bytes, done), "abc");
-    std::thread reader([&] { EXPECT_FALSE(FileRead(reading, bytes, sizeof bytes, &done)); });
-    SleepFor(5);
-    FileCancel(reading);
-    reader.join();
-    EXPECT_EQ(done, 0u);
+    {
+        const FailingRead reader(reading);
+        FileCancel(reading);
+    }
     CloseHandle(reading);
     close(ends[1]);
 }
 
 TEST(Cancel, NeedsNoFreeDescriptor) {
     Cancellable pipe;
-    std::thread reader([&] {
-        char byte;
-        uint32_t done = 0;
-        EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));
-    });
-    SleepFor(5);
+    const FailingRead reader(pipe.reading);
     const int next = dup(0);                                               // the lowest that is free, and so the first to be had
     ASSERT_GE(next, 0);
     close(next);
@@ -549,7 +547,6 @@ TEST(Cancel, NeedsNoFreeDescriptor) {
     EXPECT_EQ(dup(0), -1);
     FileCancel(pipe.reading);
     EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
-    reader.join();
 }
 
 TEST(Cancel, EndsAReadOfAProcessThatHasBecomeAnotherUsers) {
@@ -558,15 +555,11 @@ TEST(Cancel, EndsAReadOfAProcessThatHasBecomeAnotherUsers) {
     if (changed == 0) {
         Cancellable pipe;
         if (setuid(65534) != 0) _exit(2);
-        std::thread reader([&] {
-            char byte;
-            uint32_t done = 0;
-            if (FileRead(pipe.reading, &byte, 1, &done)) _exit(3);
-        });
-        SleepFor(5);
-        FileCancel(pipe.reading);
-        reader.join();
-        _exit(0);
+        {
+            const FailingRead reader(pipe.reading);
+            FileCancel(pipe.reading);
+        }
+        _exit(testing::Test::HasFailure() ? 3 : 0);
     }
     int status = 1;
     waitpid(changed, &status, 0);
@@ -585,14 +578,10 @@ TEST(Cancel, EndsAReadOfANamedPipeAndLeavesItsMode) {
     struct stat status;
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777u, 0600u);
-    std::thread reader([&] {
-        char byte;
-        uint32_t done = 0;
-        EXPECT_FALSE(FileRead(reading, &byte, 1, &done));
-    });
-    SleepFor(5);
-    FileCancel(reading);
-    reader.join();
+    {
+        const FailingRead reader(reading);
+        FileCancel(reading);
+    }
     CloseHandle(reading);
     close(writer);
     unlink(path.c_str());
@@ -600,14 +589,8 @@ TEST(Cancel, EndsAReadOfANamedPipeAndLeavesItsMode) {
 
 TEST(Cancel, LeavesThePipeItsEnd) {
     Cancellable pipe;
-    std::thread reader([&] {
-        char byte;
-        uint32_t done = 0;
-        EXPECT_FALSE(FileRead(pipe.reading, &byte, 1, &done));
-    });
-    SleepFor(5);
+    const FailingRead reader(pipe.reading);
     CloseHandle(pipe.writing);                                             // the last writer: nobody here holds another one
-    reader.join();
 }
 
 TEST(Cancel, EndsAWriteThatWaitsForRoomAndAllLaterOnes) {
