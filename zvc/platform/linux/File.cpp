@@ -45,8 +45,9 @@ public:
     /// Readies a read: where another end than the pipe's own can come, it waits until there is something to be read. False
     /// when the transfer is to fail.
     bool AwaitReadable() noexcept {
-        if (takesByte && peer < 0) return !Cancelled();
-        pollfd waits[3] = {{descriptor, POLLIN, 0}, {wake, POLLIN, 0}, {peer, POLLIN, 0}};
+        const int end = __atomic_load_n(&peer, __ATOMIC_SEQ_CST);
+        if (takesByte && end < 0) return !Cancelled();
+        pollfd waits[3] = {{descriptor, POLLIN, 0}, {wake, POLLIN, 0}, {end, POLLIN, 0}};
         while (!Cancelled()) {
             if (poll(waits, 3, -1) < 0 && errno != EINTR) return false;
             if (Cancelled()) return false;
@@ -336,10 +337,10 @@ void FileCancel(Handle handle) noexcept {
 bool FileEndWithProcess(Handle handle, Handle process) noexcept {
     const int descriptor = ProcessEndDescriptor(process);
     File file(handle);
-    if (file && file->cancellable && file->peer < 0 && descriptor >= 0) {
-        file->peer = descriptor;
+    int none = -1;
+    if (file && file->cancellable && descriptor >= 0 &&
+        __atomic_compare_exchange_n(&file->peer, &none, descriptor, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST))
         return true;
-    }
     if (descriptor >= 0) close(descriptor);
     return false;
 }
