@@ -3,6 +3,7 @@
 #include "Support.h"
 
 #include "support/Cases.h"
+#include "support/OtherStream.h"
 
 #include <fcntl.h>
 #include <filesystem>
@@ -138,6 +139,19 @@ TEST(ZvChannel, MessageLeavesInOneWrite) {
     close(ends[0]);
     zvc::platform::CloseHandle(in.writing);
     calc->Forget();
+}
+
+TEST(ZvChannel, FlushesItsOutputBehindEachMessage) {
+    struct Counting : OtherStream {
+        bool CanWrite() const override { return true; }
+        void Flush() override { flushedAt.push_back(bytes.size()); }
+        std::vector<size_t> flushedAt;
+    };
+    auto* const counting = new Counting;
+    const ZvChannel$ channel = new ZvChannel(1, new OtherStream, counting);
+    channel->Send(ZvObject$());
+    channel->Send(ZvObject$());
+    EXPECT_EQ(counting->flushedAt, (std::vector<size_t>{1, 2}));
 }
 
 TEST(ZvChannel, WriteToABrokenPipeShowsInTheStreamAlone) {

@@ -69,7 +69,8 @@ ZV_API uint32_t FileSize(Handle handle) noexcept;
 /// True for a handle on a regular file, which has a position and a size.
 ZV_API bool FileIsRegular(Handle handle) noexcept;
 
-/// Everything written is on the device afterwards. False without the right to write. A pipe has nothing to flush: success.
+/// Everything written is on the device afterwards. False without the right to write. A pipe has nothing to flush: success,
+/// unless the last write found nobody who reads it.
 ZV_API bool FileFlush(Handle handle) noexcept;
 
 /// Cuts or extends the file at the current position.

@@ -75,8 +75,7 @@ void ZvChannel::Open(unsigned int slots, const ZvStream$& input, const ZvStream$
     m_state->output = output;
     void* const pipe = zvc::detail::FileHandleOf(input.Get());
     const bool endable = pipe != nullptr && platform::FileMakeCancellable(pipe);
-    void* const outgoing = zvc::detail::FileHandleOf(output.Get());
-    m_state->flushes = outgoing == nullptr || !platform::FileMakeCancellable(outgoing);
+    if (void* const outgoing = zvc::detail::FileHandleOf(output.Get())) platform::FileMakeCancellable(outgoing);
     m_state->reader = new ReadAhead(input, endable, *m_state);
     m_state->coder = new ZvBinaryCoder(new ZvStreamingContext(ZvStreamingContext::MarshalChannel));
     m_state->coder->SetChannel(this);
@@ -124,7 +123,7 @@ void ZvChannel::Send(const ZvObject$& message) {
         // That nobody reads any more is no failure of Send: meant so. A graph without end is one.
         if (e.cause != ZvCoderException::StreamFailed || !m_state->output->Fail()) throw;
     }
-    if (m_state->flushes) m_state->output->Flush();
+    m_state->output->Flush();
 }
 
 ZvObject$ ZvChannel::Receive() {

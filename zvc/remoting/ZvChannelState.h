@@ -43,7 +43,6 @@ struct ZvChannel::State final : zvc::detail::ReadAhead::Ending {
     ZvStream$ input;
     ZvStream$ output;
     ZvStream$ reader;                                    // input, with reading ahead
-    bool flushes = true;                                 // a pipe holds nothing back
     ZvBinaryCoder$ coder;
 
     ZvChannelMailbox methods;

@@ -105,6 +105,7 @@ public:
     const bool canWrite;
     bool isPipe = false;
     bool isRegular = false;
+    bool broken = false;          // nobody read what was written last
     bool cancellable = false;     // then it never sleeps in a transfer itself, but in the read of a pipe that takes a byte
     bool takesByte = false;       // a pipe without a name that is only read here, and that this process can write to
     int wake = -1;                // readable once cancelled
@@ -179,13 +180,15 @@ bool TryAgain(int descriptor, short direction) noexcept {
 // for this thread alone and taken away again; the process's own setting stays as it is.
 class QuietPipe {
 public:
-    explicit QuietPipe(bool isPipe) : m_active(isPipe) {
+    QuietPipe(FileObject& file, bool active) : m_file(file), m_active(active) {
+        __atomic_store_n(&m_file.broken, false, __ATOMIC_RELAXED);
         if (!m_active) return;
         sigemptyset(&m_set);
         sigaddset(&m_set, SIGPIPE);
         pthread_sigmask(SIG_BLOCK, &m_set, &m_old);
     }
     void Broken() {
+        __atomic_store_n(&m_file.broken, true, __ATOMIC_RELAXED);
         if (!m_active || sigismember(&m_old, SIGPIPE)) return;
         const timespec now{0, 0};
         const int error = errno;
@@ -197,6 +200,7 @@ public:
     }
 
 private:
+    FileObject& m_file;
     bool m_active;
     sigset_t m_set, m_old;
 };
@@ -205,7 +209,7 @@ private:
 // for room and writes no more than surely finds some.
 ssize_t WriteWithoutWaiting(FileObject& file, const void* data, size_t size) {
     while (file.noWaitFlags != 0) {
-        QuietPipe quiet(file.isPipe && (file.noWaitFlags & NoSignalFlag) == 0);
+        QuietPipe quiet(file, file.isPipe && (file.noWaitFlags & NoSignalFlag) == 0);
         const ssize_t n = WriteOnce(file.descriptor, data, size, file.noWaitFlags);
         if (n < 0 && errno == EPIPE) quiet.Broken();
         if (n >= 0 || (errno != EOPNOTSUPP && errno != EINVAL && errno != ENOSYS)) return n;
@@ -216,7 +220,7 @@ ssize_t WriteWithoutWaiting(FileObject& file, const void* data, size_t size) {
         errno = EAGAIN;
         return -1;
     }
-    QuietPipe quiet(file.isPipe);
+    QuietPipe quiet(file, file.isPipe);
     const ssize_t n = write(file.descriptor, data, std::min<size_t>(size, PIPE_BUF));
     if (n < 0 && errno == EPIPE) quiet.Broken();
     return n;
@@ -309,7 +313,7 @@ bool FileWrite(Handle handle, const void* data, uint32_t size, uint32_t* done) n
     File file(handle);
     if (!file || !file->canWrite) return false;
     if (file->cancellable) return WriteCancellable(*file.operator->(), data, size, done);
-    QuietPipe quiet(file->isPipe);
+    QuietPipe quiet(*file.operator->(), file->isPipe);
     while (*done < size) {
         const ssize_t n = write(file->descriptor, static_cast<const char*>(data) + *done, size - *done);
         if (n >= 0) {
@@ -382,7 +386,7 @@ bool FileIsRegular(Handle handle) noexcept {
 bool FileFlush(Handle handle) noexcept {
     File file(handle);
     if (!file || !file->canWrite) return false;
-    if (file->isPipe) return true;
+    if (file->isPipe) return !__atomic_load_n(&file->broken, __ATOMIC_RELAXED);
     return fsync(file->descriptor) == 0 || errno == EINVAL || errno == EROFS;
 }
 
